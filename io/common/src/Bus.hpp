@@ -1,0 +1,74 @@
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <sdbusplus/asio/connection.hpp>
+#include <sdbusplus/message.hpp>
+
+#include <memory>
+#include <string>
+
+/** The run's one bus connection, shared by everything that talks on it. */
+using DbusConnPtr = std::shared_ptr<sdbusplus::asio::connection>;
+using DbusConnectionPtr = DbusConnPtr;
+
+namespace io::bus
+{
+
+/** The process's one I/O context; it runs only while an operation waits. */
+boost::asio::io_context& ioContext();
+
+/** Connect to the bus that sd_bus_default() picks and arm the read wait.
+ *
+ *  @throw sdbusplus::exception::SdBusError when there is no bus
+ */
+DbusConnPtr connect();
+
+/** Send a method call and wait for its reply, with sd-bus's default time-out.
+ *
+ *  sdbusplus throws for an error reply as well as for a call that got no
+ *  reply. Operations tell the two apart, so an error reply comes back as a
+ *  message: `is_method_error()` holds, and its name and text can be read. What
+ *  got no reply (timed out, disconnected) stays an exception.
+ *
+ *  @throw sdbusplus::exception::SdBusError when no reply came
+ */
+sdbusplus::message_t call(const DbusConnPtr& conn,
+                          sdbusplus::message_t& method);
+
+/** Build a method call out of its names and arguments, and call() it.
+ *
+ *  @throw sdbusplus::exception::SdBusError when it could not be built (a
+ *         service word with characters that no bus name has) or got no reply
+ */
+template <typename... Args>
+sdbusplus::message_t callMethod(const DbusConnPtr& conn,
+                                const std::string& service,
+                                const std::string& path, const char* interface,
+                                const char* method, const Args&... args)
+{
+    sdbusplus::message_t message =
+        conn->new_method_call(service.c_str(), path.c_str(), interface, method);
+    if constexpr (sizeof...(args) > 0)
+    {
+        message.append(args...);
+    }
+    return call(conn, message);
+}
+
+/** Read the one string that a reply carries.
+ *
+ *  @throw sdbusplus::exception::SdBusError when it is not a string
+ */
+std::string readText(sdbusplus::message_t& reply);
+
+/** Name and text of an error reply, each empty when the reply has none. */
+std::string errorName(const sdbusplus::message_t& reply);
+std::string errorText(const sdbusplus::message_t& reply);
+
+/** The bus name of the service that `-s` names with one word. */
+std::string serviceName(const std::string& word);
+
+/** The root object path of that service. */
+std::string servicePath(const std::string& word);
+
+} // namespace io::bus

@@ -1,0 +1,42 @@
+#include "tool/json/read.hpp"
+
+using nlohmann::json;
+
+const json* findMember(const json& object, const char* key)
+{
+    if (!object.is_object())
+    {
+        return nullptr;
+    }
+    const auto found = object.find(key);
+    return found == object.end() ? nullptr : &*found;
+}
+
+const json* findPath(const json& item, std::initializer_list<const char*> keys)
+{
+    if (!item.is_object())
+    {
+        // Not an object: raise what the library raises for it.
+        static_cast<void>(item.value("", false));
+    }
+    const json* current = &item;
+    for (const char* key : keys)
+    {
+        if (current->is_array())
+        {
+            static_cast<void>(
+                current->at(json::json_pointer(std::string("/") + key)));
+        }
+        current = findMember(*current, key);
+        if (current == nullptr)
+        {
+            return nullptr;
+        }
+    }
+    return current;
+}
+
+std::string readText(const json& item, const char* key)
+{
+    return readOr(item, {key}, std::string());
+}

@@ -1,0 +1,73 @@
+#include "io/common/src/Output.hpp"
+#include "tool/operations.hpp"
+
+// Operations that have their place in the table and nothing behind it yet.
+
+namespace operation
+{
+
+namespace
+{
+bool notAvailable(const Options& options)
+{
+    io::out::line({"Operation not available yet: ", options.operation});
+    return false;
+}
+} // namespace
+
+bool createOrEdit(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool deleteVolume(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool clear(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool driveAction(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool ttyLog(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool update(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool showI2C(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool enableMctp(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool discover(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool event(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+bool attest(const DbusConnPtr& /*bus*/, Options& options)
+{
+    return notAvailable(options);
+}
+
+} // namespace operation

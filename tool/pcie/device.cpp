@@ -1,0 +1,185 @@
+#include "tool/pcie/device.hpp"
+
+#include "tool/json/read.hpp"
+
+#include <array>
+#include <cstdio>
+#include <utility>
+
+using nlohmann::json;
+
+namespace
+{
+
+constexpr std::array<std::pair<const char*, uint32_t PcieDevice::*>, 8>
+    numericKeys{{
+        {"LocationNumber", &PcieDevice::locationNumber},
+        {"SlotNumber", &PcieDevice::slotNumber},
+        {"PCIeAddress", &PcieDevice::pcieAddress},
+        {"VendorId", &PcieDevice::vendorId},
+        {"DeviceId", &PcieDevice::deviceId},
+        {"SubsystemVendorId", &PcieDevice::subsystemVendorId},
+        {"SubsystemId", &PcieDevice::subsystemId},
+        {"ClassCode", &PcieDevice::classCode},
+    }};
+
+/** A text member; empty when it is missing or something else than text. */
+std::string textOrEmpty(const json& object, const char* key)
+{
+    const json* member = findMember(object, key);
+    return member != nullptr && member->is_string() ? member->get<std::string>()
+                                                    : std::string();
+}
+
+std::string firmwareText(const json& software)
+{
+    const std::string version = readText(software, "Version");
+    if (version.empty())
+    {
+        return "";
+    }
+    const std::string date = readText(software, "ReleaseDate");
+    return ", " + version + (date.empty() ? "" : ", " + date);
+}
+
+/** ", Class(code)" of an adapter's first function. */
+std::string functionText(const json& record)
+{
+    const json* functions = findMember(record, "PCIeFunctions");
+    if (functions == nullptr || !functions->is_array() || functions->empty())
+    {
+        return "";
+    }
+    const json& first = functions->front();
+    const json* deviceClass = findMember(first, "DeviceClass");
+    const json* classCode = findMember(first, "ClassCode");
+    if (deviceClass == nullptr || classCode == nullptr)
+    {
+        return "";
+    }
+    return ", " + deviceClass->get<std::string>() + "(" +
+           classCode->get<std::string>() + ")";
+}
+
+std::string decimal(const json& number)
+{
+    return std::to_string(number.get<uint8_t>());
+}
+
+/** Utilisation and NC-SI package, where a port tells them. */
+std::string portExtras(const json& oem)
+{
+    std::string text;
+    const json* transmit = findMember(oem, "TxUtilization");
+    const json* receive = findMember(oem, "RxUtilization");
+    if (transmit != nullptr && receive != nullptr)
+    {
+        text +=
+            ";  Tx/Rx Util: " + decimal(*transmit) + "/" + decimal(*receive);
+    }
+    const json* ncsi = findMember(oem, "NCSI");
+    const json* package =
+        ncsi == nullptr ? nullptr : findMember(*ncsi, "PackageId");
+    if (package != nullptr)
+    {
+        text += ";    PackageId: " + decimal(*package);
+    }
+    return text;
+}
+
+std::string portLabel(const json& port, std::size_t position)
+{
+    std::string label = readText(port, "PortId");
+    if (label.empty())
+    {
+        label = readText(port, "Id");
+    }
+    return label.empty() ? std::to_string(position) : label;
+}
+
+/** Format as printf does, into a text of whatever length it takes. */
+template <typename... Args>
+std::string formatted(const char* format, Args... args)
+{
+    const int size = std::snprintf(nullptr, 0, format, args...);
+    std::string text(static_cast<std::size_t>(size), '\0');
+    std::snprintf(text.data(), text.size() + 1, format, args...);
+    return text;
+}
+
+} // namespace
+
+PcieDevice readPcieDevice(const json& record)
+{
+    PcieDevice device;
+    for (const auto& [key, field] : numericKeys)
+    {
+        device.*field = readOr(record, {key}, uint32_t{0});
+    }
+    const json* inventory = findMember(record, "PCIeDevice");
+    if (inventory != nullptr && inventory->is_object())
+    {
+        device.name = readText(*inventory, "Name");
+    }
+    return device;
+}
+
+bool isStorageController(const PcieDevice& device)
+{
+    return device.classCode == 0x010400 || device.classCode == 0x010700;
+}
+
+std::string trailingText(const PcieDevice& device, const json& record)
+{
+    const json* software = findMember(record, "SoftwareInventorySet");
+    if (software != nullptr)
+    {
+        return firmwareText(*software);
+    }
+    const bool adapter =
+        device.name.size() > 7 && device.name.starts_with("Adapter ");
+    return adapter ? functionText(record) : "";
+}
+
+std::string deviceLine(const PcieDevice& device, const std::string& service,
+                       uint8_t eid, const std::string& trailing)
+{
+    return formatted(
+        "%s %02u, Addr 0x%08X, [%04X %04X %04X %04X], %s, %s, EID(0x%02X)%s\n",
+        device.locationNumber == 0 ? "Onboard" : "   Slot", device.slotNumber,
+        device.pcieAddress, device.vendorId, device.deviceId,
+        device.subsystemVendorId, device.subsystemId, service.c_str(),
+        device.name.c_str(), unsigned{eid}, trailing.c_str());
+}
+
+std::string partLine(const json& pcieDevice)
+{
+    const std::string part = textOrEmpty(pcieDevice, "PartNumber");
+    const std::string sku = textOrEmpty(pcieDevice, "SKU");
+    const std::string serial = textOrEmpty(pcieDevice, "SerialNumber");
+    const std::string maker = textOrEmpty(pcieDevice, "Manufacturer");
+    if (part.empty() && sku.empty() && serial.empty() && maker.empty())
+    {
+        return "";
+    }
+    return "            P/N: " + part + ";  SKU: " + sku + ";  S/N: " + serial +
+           ";  Manufacture: " + maker + "\n";
+}
+
+std::string portLine(const json& port, std::size_t position)
+{
+    std::string mac;
+    std::string extras;
+    const json* oem = findMember(port, "Oem");
+    const json* data = oem == nullptr ? nullptr : findMember(*oem, "Mervax");
+    if (data != nullptr)
+    {
+        mac = data->is_object() ? readText(*data, "PermanentAddress") : "";
+        extras = portExtras(*data);
+    }
+    return formatted(
+        "            [Port %s]  %s;  State: %8s;  Speed(Gbps): %.1f%s\n",
+        portLabel(port, position).c_str(), mac.c_str(),
+        readText(port, "LinkStatus").c_str(),
+        readOr(port, {"CurrentSpeedGbps"}, 0.0), extras.c_str());
+}

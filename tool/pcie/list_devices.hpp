@@ -1,0 +1,12 @@
+#pragma once
+
+#include "io/common/src/Bus.hpp"
+#include "io/common/src/Options.hpp"
+
+/** Print the state of the system and every PCIe device with its ports,
+ *  endpoint id and, under a storage controller, drives and volumes.
+ *
+ *  @return true when the last service asked was printed (also when there is
+ *          none); prints what goes wrong itself
+ */
+bool listPCIeDevices(const DbusConnPtr& bus, const Options& options);

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string_view>
+
+/** The usage text; every line of it ends in carriage return and line feed. */
+extern const std::string_view usageText;
