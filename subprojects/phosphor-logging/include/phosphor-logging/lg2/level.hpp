@@ -1,0 +1,21 @@
+#pragma once
+
+#include <syslog.h>
+
+namespace lg2
+{
+
+/** The journal's PRIORITY values (syslog.h). */
+enum class level
+{
+    emergency = LOG_EMERG,
+    alert = LOG_ALERT,
+    critical = LOG_CRIT,
+    error = LOG_ERR,
+    warning = LOG_WARNING,
+    notice = LOG_NOTICE,
+    info = LOG_INFO,
+    debug = LOG_DEBUG,
+};
+
+} // namespace lg2
