@@ -22,11 +22,6 @@ const json* findPath(const json& item, std::initializer_list<const char*> keys)
     const json* current = &item;
     for (const char* key : keys)
     {
-        if (current->is_array())
-        {
-            static_cast<void>(
-                current->at(json::json_pointer(std::string("/") + key)));
-        }
         current = findMember(*current, key);
         if (current == nullptr)
         {

@@ -16,8 +16,7 @@ const nlohmann::json* findMember(const nlohmann::json& object, const char* key);
 
 /** The value that a path of keys leads to, or null when a step is missing.
  *
- *  @throw nlohmann::json::type_error when `item` is not an object, and
- *         nlohmann::json::parse_error when a step leads into an array
+ *  @throw nlohmann::json::type_error when `item` is not an object
  */
 const nlohmann::json* findPath(const nlohmann::json& item,
                                std::initializer_list<const char*> keys);

@@ -1,0 +1,59 @@
+#include "tool/json/read.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+using nlohmann::json;
+
+namespace
+{
+
+const json item = json::parse(R"({
+    "Name": "drive", "Number": 300, "Nothing": null, "List": [1],
+    "Internal": {"ResourceId": 7, "Deep": {"Value": "x"}}})");
+
+TEST(ReadOr, findsMembersAndPaths)
+{
+    EXPECT_EQ(readText(item, "Name"), "drive");
+    EXPECT_EQ(readOr(item, {"Internal", "ResourceId"}, 0U), 7U);
+    EXPECT_EQ(readOr(item, {"Internal", "Deep", "Value"}, std::string()), "x");
+}
+
+TEST(ReadOr, missingStepsGiveTheDefault)
+{
+    EXPECT_EQ(readOr(item, {"Internal", "Other"}, 5U), 5U);
+    EXPECT_EQ(readOr(item, {"Other", "ResourceId"}, 5U), 5U);
+    EXPECT_EQ(readOr(item, {"Name", "ResourceId"}, 5U), 5U);
+    EXPECT_EQ(readOr(item, {"Nothing", "ResourceId"}, 5U), 5U);
+    EXPECT_EQ(readText(item, "Other"), "");
+}
+
+TEST(ReadOr, anotherTypeIsTheLibrarysError)
+{
+    EXPECT_THROW(readText(item, "Number"), json::type_error);
+    EXPECT_THROW(readText(item, "Nothing"), json::type_error);
+    EXPECT_THROW(readText(item, "List"), json::type_error);
+    EXPECT_THROW(readOr(item, {"Name"}, 0U), json::type_error);
+    EXPECT_THROW(readText(json("text"), "Name"), json::type_error);
+    EXPECT_THROW(readText(json(), "Name"), json::type_error);
+}
+
+TEST(ReadOr, behavesAsTheLibrarysOwnReader)
+{
+    // An array where an object is wanted counts as a missing step.
+    const json::json_pointer pointer("/List/x");
+    EXPECT_EQ(item.value(pointer, 5U), 5U);
+    EXPECT_EQ(readOr(item, {"List", "x"}, 5U), 5U);
+    // Too large for the type: cut, as get() cuts.
+    EXPECT_EQ(readOr(item, {"Number"}, uint8_t{0}), 44);
+}
+
+TEST(FindMember, isNullForWhatIsNoObject)
+{
+    EXPECT_EQ(findMember(json::array({1}), "x"), nullptr);
+    EXPECT_EQ(findMember(json(), "x"), nullptr);
+    EXPECT_NE(findMember(item, "Nothing"), nullptr);
+}
+
+} // namespace
