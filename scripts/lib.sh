@@ -1,0 +1,62 @@
+# Shared by the scripts beside it; sourced, not run.
+# shellcheck shell=bash
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# What a Debian 12 machine needs to build and run everything here.
+packages=(
+    clang-format
+    dbus
+    g++
+    libboost-dev
+    libgtest-dev
+    libssl-dev
+    libsystemd-dev
+    meson
+    ninja-build
+    nlohmann-json3-dev
+    openssl
+    pkg-config
+    python3
+    python3-pytest
+    systemd
+    util-linux
+)
+
+# Say in one sentence why it cannot go on, and end.
+fail() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+# Install those of the named packages that are missing.
+install_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null |
+            grep -qx installed || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    command -v apt-get >/dev/null ||
+        fail "this is not a Debian machine; install by hand: ${missing[*]}"
+    [ "$(id -u)" -eq 0 ] ||
+        fail "these packages are missing and only root can install them:" \
+            "${missing[*]}"
+    printf 'Installing %s\n' "${missing[*]}"
+    { apt-get update -qq &&
+        DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
+            --no-install-recommends "${missing[@]}"; } </dev/null >/dev/null ||
+        fail "apt-get could not install: ${missing[*]}"
+}
+
+# Configure a build folder once and bring it up to date. $1: folder;
+# further words: options of `meson setup`.
+build_in() {
+    local folder=$1
+    shift
+    [ -f "$folder/build.ninja" ] ||
+        (cd "$root" && meson setup "$folder" "$@" >"$folder.log" 2>&1) ||
+        fail "the build could not be configured; see $folder.log"
+    rm -f "$folder.log"
+    ninja -C "$folder" --quiet || fail "the build in $folder failed"
+}
