@@ -1,0 +1,255 @@
+"""The simulated BMC and this harness, seen through a bus client."""
+
+import json
+import signal
+import subprocess
+
+import pytest
+
+import scenarios as s
+from harness import Call, sim_env
+
+PATH = "/com/mervax/rsa"
+NAME = "com.mervax.rsa"
+FACE = "com.mervax.Inventory.Storage"
+
+
+def ask(bmc, member, *arguments, name=NAME, path=PATH, interface=FACE,
+        env=None):
+    """One call by busctl."""
+    return bmc.run("--system", "--json=short", "call", name, path, interface,
+                   member, *arguments, program="busctl", env=env)
+
+
+def answer(bmc, member, *arguments, **options):
+    """The reply's values; the call must succeed."""
+    result = ask(bmc, member, *arguments, **options)
+    assert (result.err, result.status) == ("", 0)
+    return json.loads(result.out)["data"]
+
+
+def scripted(member, reply):
+    return s.method(NAME, PATH, FACE, member, reply)
+
+
+ALL_TYPES = "ybqiutsodnxgayasauaoa{ss}a{sv}a{sas}a{sa{sas}}(yv)"
+ALL_VALUES = [
+    255, True, 65535, -2147483648, 4294967295, 18446744073709551615, "text",
+    "/a/b", 1.5, -32768, -9223372036854775808, "a{sv}", [0, 255],
+    ["a", ""], [7], ["/"], {"k": "v"},
+    {"n": {"signature": "ay", "value": [1]}}, {"k": ["v"]},
+    {"/p": {"s": ["i", "j"]}}, [1, {"signature": "s", "value": "x"}],
+]
+
+
+def test_every_type_goes_out_as_written(bmc):
+    """A scripted reply may hold any type; busctl reads the same back."""
+    bmc.start(scripted("All", {"out": ALL_TYPES, "return": ALL_VALUES}))
+    data = answer(bmc, "All")
+    assert data[:17] == ALL_VALUES[:17]
+    assert data[17] == {"n": {"type": "ay", "data": [1]}}
+    assert data[18:20] == ALL_VALUES[18:20]
+    assert data[20] == [1, {"type": "s", "data": "x"}]
+
+
+def test_every_call_is_logged_with_its_arguments(bmc):
+    """Also one that is refused; bytes appear as numbers."""
+    bmc.start(scripted("Take", {"in": "uayasv", "out": "b",
+                                "return": [True]}))
+    assert answer(bmc, "Take", "uayasv", "9", "2", "1", "255", "1", "x", "s",
+                  "y") == [True]
+    refused = ask(bmc, "Take", "s", "x")
+    assert "Invalid arguments 's' to call Take()." in refused.err
+    assert refused.status == 1
+    assert bmc.calls() == [
+        Call(NAME, PATH, FACE, "Take", "uayasv",
+             [9, [1, 255], ["x"], {"signature": "s", "value": "y"}]),
+        Call(NAME, PATH, FACE, "Take", "s", ["x"]),
+    ]
+
+
+@pytest.mark.parametrize("name, path, interface, member, text", [
+    ("com.mervax.lsa", PATH, FACE, "A", "The name com.mervax.lsa was not "),
+    (NAME, "/no", FACE, "A", "Unknown object '/no'."),
+    (NAME, PATH, "no.Face", "A", "Unknown interface 'no.Face'."),
+    (NAME, PATH, FACE, "B", "Unknown method 'B'."),
+])
+def test_what_is_not_there_is_refused(bmc, name, path, interface, member,
+                                      text):
+    """As a real service or the bus itself refuses it."""
+    bmc.start(scripted("A", {"return": []}))
+    result = ask(bmc, member, name=name, path=path, interface=interface)
+    assert (text in result.err, result.status) == (True, 1)
+
+
+def test_replies_come_in_order_and_the_last_stays(bmc):
+    """A list of replies is used up to its last."""
+    bmc.start(scripted("Next", {"replies": [
+        {"out": "i", "return": [1]}, s.error("a.b.C", "no"),
+        {"out": "i", "return": [3]}]}))
+    assert answer(bmc, "Next") == [1]
+    assert "no" in ask(bmc, "Next").err
+    assert answer(bmc, "Next") == [3]
+    assert answer(bmc, "Next") == [3]
+
+
+def test_documents_and_generated_text(bmc):
+    """Documents go out in their order; repeats and pieces are filled in."""
+    bmc.start(s.merge(
+        scripted("Doc", {"json": {"z": [{"@repeat": 2, "item": {
+            "n": "@index", "s": "d{index}-{index}"}}], "a": None}}),
+        scripted("Deep", {"text": [{"times": 3, "text": "[{"}, "x"]})))
+    assert answer(bmc, "Doc") == [
+        '{"z":[{"n":0,"s":"d0-0"},{"n":1,"s":"d1-1"}],"a":null}']
+    assert answer(bmc, "Deep") == ["[{[{[{x"]
+
+
+def test_a_silent_method_leaves_the_caller_to_its_timeout(bmc):
+    """No reply, no error: the client library gives up."""
+    bmc.start(scripted("Wait", {"silent": True}))
+    result = ask(bmc, "Wait", env={"SYSTEMD_BUS_TIMEOUT": "100ms"})
+    assert "timed out" in result.err
+    assert [call.member for call in bmc.calls()] == ["Wait"]
+
+
+def test_a_dying_service_takes_only_itself_along(bmc):
+    """The caller hears of it; other services go on; the name is free."""
+    bmc.start(s.merge(scripted("Die", {"die": True}), s.mapper()))
+    assert "disconnected" in ask(bmc, "Die").err
+    assert "was not provided" in ask(bmc, "Die").err
+    gone = ask(bmc, "GetObject", "sas", PATH, "0", name=s.MAPPER,
+               path=s.MAPPER_PATH, interface=s.MAPPER)
+    assert "not found" in gone.err
+
+
+def test_a_service_may_die_after_its_reply(bmc):
+    """The reply is out before the connection closes."""
+    bmc.start(scripted("Last", {"out": "i", "return": [1],
+                                "die_after_ms": 0}))
+    assert answer(bmc, "Last") == [1]
+    assert "was not provided" in ask(bmc, "Last").err
+
+
+def test_signals_before_and_after_the_reply(bmc):
+    """A monitor on the bus sees them in their places."""
+    def tick(number, **more):
+        return {"path": PATH, "interface": FACE, "member": "Tick",
+                "signature": "i", "args": [number], **more}
+    bmc.start(scripted("Go", {
+        "out": "i", "return": [0], "delay_ms": 1,
+        "signals_before": [tick(1), tick(2, delay_ms=1)],
+        "signals_after": [tick(4, delay_ms=30), tick(3)]}))
+    monitor = bmc.spawn("--system", "--json=short", "monitor", NAME,
+                        program="busctl")
+    monitor.read_until("Monitoring bus message stream", stream="err")
+    ask(bmc, "Go")
+    seen = monitor.read_until('"data":[4]')
+    monitor.signal(signal.SIGTERM)
+    monitor.end()
+    order = [(line["type"], line["payload"].get("data"))
+             for line in map(json.loads, seen.splitlines())
+             if line["type"] in ("signal", "method_return")]
+    assert order == [("signal", [1]), ("signal", [2]),
+                     ("method_return", [0]), ("signal", [3]),
+                     ("signal", [4])]
+
+
+def test_properties_and_their_faults(bmc):
+    """Get and GetAll; a property may answer with anything, once or always."""
+    bmc.start(s.merge(
+        s.value(NAME, PATH, FACE, "Code", {"signature": "y", "value": 7}),
+        s.value(NAME, PATH, FACE, "Bad", s.error("a.b.C", "broken")),
+        s.value(NAME, PATH, FACE, "Odd", {"out": "i", "return": [5]})))
+
+    def get(name):
+        return ask(bmc, "Get", "ss", FACE, name, interface=s.PROPERTIES)
+    assert json.loads(get("Code").out)["data"] == [{"type": "y", "data": 7}]
+    assert "broken" in get("Bad").err
+    assert json.loads(get("Odd").out) == {"type": "i", "data": [5]}
+    assert "Unknown property 'None'." in get("None").err
+    assert answer(bmc, "GetAll", "s", FACE, interface=s.PROPERTIES) == [
+        {"Code": {"type": "y", "data": 7}}]
+
+
+def test_a_fault_lies_over_a_model_and_may_let_calls_pass(bmc):
+    """Only the calls it names, only as often as it says."""
+    bmc.start(s.merge(
+        s.storage("rsa", {0x8c0000: {"Drives": [{"Name": "d"}]}}),
+        s.fault("GetDrives", {"replies": [{"pass": True}, {"text": "x"}]},
+                owner=NAME, args=[0x8c0000])))
+    assert answer(bmc, "GetDrives", "u", "1") == ["{}"]
+    assert answer(bmc, "GetDrives", "u", "9175040") == [
+        '{"Drives":[{"Name":"d"}]}']
+    assert answer(bmc, "GetDrives", "u", "9175040") == ["x"]
+
+
+def sub_tree(bmc, root, depth, *interfaces):
+    return ask(bmc, "GetSubTree", "sias", root, str(depth),
+               str(len(interfaces)), *interfaces, name=s.MAPPER,
+               path=s.MAPPER_PATH, interface=s.MAPPER)
+
+
+def test_the_mapper_computes_over_what_the_services_hold(bmc):
+    """Depth, the interface filter, and the difference between an empty answer
+    and a path that nobody knows."""
+    two = {"return": []}
+    bmc.start(s.merge(
+        s.mapper(), s.method("b.b", "/r/x", "i.One", "M", two),
+        s.method("a.a", "/r/x", "i.Two", "M", two),
+        s.method("a.a", "/r/x/y", "i.One", "M", two)))
+    assert json.loads(sub_tree(bmc, "/r", 1).out)["data"] == [
+        {"/r/x": {"a.a": ["i.Two"], "b.b": ["i.One"]}}]
+    assert json.loads(sub_tree(bmc, "/r", 0, "i.One").out)["data"] == [
+        {"/r/x": {"b.b": ["i.One"]}, "/r/x/y": {"a.a": ["i.One"]}}]
+    assert json.loads(sub_tree(bmc, "/r", 2, "i.No").out)["data"] == [{}]
+    assert "not found" in sub_tree(bmc, "/q", 0).err
+
+
+def test_a_routing_table_is_encoded_from_its_endpoints(bmc):
+    """Eight bytes each, the address with its lowest byte first."""
+    bmc.start(s.endpoints((9, 0x8c0000), (10, 0x3b000001)))
+    assert answer(bmc, "GetRoutingTable", name=s.MCTP, path=s.MCTP_PATH,
+                  interface="xyz.openbmc_project.MCTP.Base") == [
+        [9, 0, 0, 0, 0, 0, 0x8c, 0, 10, 0, 0, 0, 1, 0, 0, 0x3b]]
+
+
+@pytest.mark.parametrize("part, complaint", [
+    ({"services": {NAME: {"object": {}}}},
+     f"bmcsim: /services/{NAME}/object: is not a known member"),
+    (scripted("M", {"out": "y", "return": [256]}),
+     f"bmcsim: /services/{NAME}/objects/{PATH}/{FACE}/methods/M/return/0: "
+     "is out of the range of type y"),
+    (scripted("M", {"out": "ii", "return": [1]}),
+     f"bmcsim: /services/{NAME}/objects/{PATH}/{FACE}/methods/M/return: "
+     'lacks values for "i"'),
+    (scripted("M", {}),
+     f"bmcsim: /services/{NAME}/objects/{PATH}/{FACE}/methods/M: needs one "
+     "of return, json, text, error, silent, die, pass"),
+    (s.service(NAME, models=[{"model": "toaster"}]),
+     f"bmcsim: /services/{NAME}/models/0/model: is not a known model"),
+    (s.service("no name"),
+     "bmcsim: /services/no name: is not a valid service name"),
+])
+def test_a_mistake_in_a_scenario_is_told_with_its_place(bmc, part, complaint):
+    """One sentence, and nothing is simulated."""
+    with pytest.raises(sim_env.Failure) as failure:
+        bmc.start(part)
+    assert str(failure.value) == complaint
+
+
+def test_the_harness_waits_for_a_call(bmc):
+    """wait_call returns once the call is in the log, while it is pending."""
+    bmc.start(scripted("Wait", {"silent": True}))
+    session = bmc.spawn("--system", "call", NAME, PATH, FACE, "Wait",
+                        program="busctl")
+    assert bmc.wait_call("Wait").path == PATH
+    session.signal(signal.SIGKILL)
+    assert session.end().status == -signal.SIGKILL
+
+
+def test_the_harness_reads_the_journal_of_a_run(bmc):
+    """Only what that run wrote."""
+    subprocess.run(["systemd-cat", "-t", "other", "echo", "another's"],
+                   check=True)
+    bmc.run("-p", "warning", "echo", "mine", program="systemd-cat")
+    assert bmc.messages() == [(4, "mine")]
