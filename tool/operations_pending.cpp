@@ -60,11 +60,6 @@ bool discover(const DbusConnPtr& /*bus*/, Options& options)
     return notAvailable(options);
 }
 
-bool event(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
 bool attest(const DbusConnPtr& /*bus*/, Options& options)
 {
     return notAvailable(options);

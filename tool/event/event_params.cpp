@@ -1,0 +1,84 @@
+#include "tool/event/event_params.hpp"
+
+#include <cstdio>
+#include <string_view>
+
+namespace
+{
+
+/** The text behind the first occurrence of a key, up to the end. */
+std::optional<std::string> findValue(const std::string& params,
+                                     std::string_view key)
+{
+    const std::size_t at = params.find(key);
+    if (at == std::string::npos)
+    {
+        return std::nullopt;
+    }
+    return params.substr(at + key.size());
+}
+
+template <typename T>
+T readNumber(const std::string& params, std::string_view key, T absent)
+{
+    const auto value = findValue(params, key);
+    return value ? static_cast<T>(std::stoul(*value)) : absent;
+}
+
+std::string readText(const std::string& params, std::string_view key)
+{
+    const std::string value = findValue(params, key).value_or("");
+    return value.substr(0, value.find(';'));
+}
+
+} // namespace
+
+std::optional<HiddenRequest> readHiddenRequest(const std::string& params)
+{
+    if (!findValue(params, "hide="))
+    {
+        return std::nullopt;
+    }
+    HiddenRequest request;
+    request.type = readNumber(params, "hide=", request.type);
+    request.delay = readNumber(params, "delay=", request.delay);
+    return request;
+}
+
+EventParams readEventParams(const std::string& params)
+{
+    EventParams read;
+    read.slot = readNumber(params, "slot=", read.slot);
+    read.port = readNumber(params, "port=", read.port);
+    read.severity = readNumber(params, "severity=", read.severity);
+    read.senState = readNumber(params, "senState=", read.senState);
+    read.id = readText(params, "id=");
+    read.name = readText(params, "name=");
+    read.link = readText(params, "link=");
+    return read;
+}
+
+EventKind selectEvent(const EventParams& params, uint32_t address)
+{
+    constexpr uint8_t absent = 255;
+    if (!params.link.empty() && params.port != absent &&
+        params.slot != absent && address != 0)
+    {
+        return EventKind::link;
+    }
+    if (!params.id.empty() && params.severity != absent)
+    {
+        return EventKind::storage;
+    }
+    return params.senState != 0 ? EventKind::temperature
+                                : EventKind::insufficient;
+}
+
+std::string describeDevice(uint32_t address, uint8_t slot)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "%02X:%02X:%02X in Slot %u",
+                  address >> 24, address >> 16 & 0xFF, address >> 8 & 0xFF,
+                  unsigned{slot});
+    return text;
+}
