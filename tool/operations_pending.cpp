@@ -45,21 +45,6 @@ bool update(const DbusConnPtr& /*bus*/, Options& options)
     return notAvailable(options);
 }
 
-bool showI2C(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
-bool enableMctp(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
-bool discover(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
 bool attest(const DbusConnPtr& /*bus*/, Options& options)
 {
     return notAvailable(options);
