@@ -1,4 +1,6 @@
 #include "io/common/src/Output.hpp"
+#include "tool/inventory/drive_backplane.hpp"
+#include "tool/inventory/show_objects.hpp"
 #include "tool/operations.hpp"
 #include "tool/storage/show_device.hpp"
 
@@ -27,10 +29,13 @@ bool refuse(std::initializer_list<std::string_view> message)
 bool operation::show(const DbusConnPtr& bus, Options& options)
 {
     const std::string& target = options.target;
-    if (target == "backplanes" || target == "Backplanes" ||
-        target == "objects" || target == "Objects")
+    if (target == "backplanes" || target == "Backplanes")
     {
-        return refuse({"Operation not available yet: ", options.operation});
+        return showBackplanes(bus);
+    }
+    if (target == "objects" || target == "Objects")
+    {
+        return showObjects(bus, options);
     }
     if (options.service.empty())
     {
