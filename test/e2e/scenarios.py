@@ -118,6 +118,11 @@ def endpoints(*pairs):
 
 
 def server(*parts):
-    """A powered server with the services that the listing's header asks."""
-    return merge(mapper(), power(CHASSIS + ".PowerState.On"), progress(0x78),
-                 endpoints(), *parts)
+    """A powered server: the parts, and of the services that the listing's
+    header asks those that the parts leave out."""
+    scenario = merge(*parts)
+    for default in (mapper(), power(CHASSIS + ".PowerState.On"),
+                    progress(0x78), endpoints()):
+        for name, content in default["services"].items():
+            scenario.setdefault("services", {}).setdefault(name, content)
+    return scenario
