@@ -1,0 +1,13 @@
+#pragma once
+
+#include "config.hpp"
+
+#include <string>
+
+namespace sim::spdm
+{
+
+/** Reads one element of "faults"; errors as with parseDeviceConfig. */
+Fault readFault(const nlohmann::json& json, const std::string& place);
+
+} // namespace sim::spdm
