@@ -36,12 +36,26 @@ bool isTooDeep(std::string_view text) noexcept
     return false;
 }
 
-nlohmann::json parseDocument(std::string_view text)
+namespace
+{
+void checkDepth(std::string_view text)
 {
     if (isTooDeep(text))
     {
         throw std::length_error(
             "JSON document is nested deeper than 512 levels");
     }
+}
+} // namespace
+
+nlohmann::json parseDocument(std::string_view text)
+{
+    checkDepth(text);
     return nlohmann::json::parse(text);
+}
+
+nlohmann::json tryParseDocument(std::string_view text)
+{
+    checkDepth(text);
+    return nlohmann::json::parse(text, nullptr, false);
 }

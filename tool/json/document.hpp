@@ -21,3 +21,9 @@ bool isTooDeep(std::string_view text) noexcept;
  *  @throw nlohmann::json::parse_error when it is not JSON
  */
 nlohmann::json parseDocument(std::string_view text);
+
+/** The same, but text that is no JSON gives a discarded value.
+ *
+ *  @throw std::length_error when it is nested too deep
+ */
+nlohmann::json tryParseDocument(std::string_view text);
