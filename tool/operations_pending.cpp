@@ -15,31 +15,6 @@ bool notAvailable(const Options& options)
 }
 } // namespace
 
-bool createOrEdit(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
-bool deleteVolume(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
-bool clear(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
-bool driveAction(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
-bool ttyLog(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
 bool update(const DbusConnPtr& /*bus*/, Options& options)
 {
     return notAvailable(options);

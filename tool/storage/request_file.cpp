@@ -1,0 +1,55 @@
+#include "tool/storage/request_file.hpp"
+
+#include "tool/json/document.hpp"
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+
+using nlohmann::json;
+
+namespace
+{
+
+/** No bus message is longer (D-Bus specification), bytes. */
+constexpr std::size_t maxFileSize = 128UL << 20;
+
+using File = std::unique_ptr<std::FILE, decltype(&std::fclose)>;
+
+/** All that can be read; reading a directory yields nothing. */
+std::string readAll(std::FILE* file)
+{
+    std::string text;
+    std::array<char, 4096> chunk{};
+    std::size_t size = 0;
+    while ((size = std::fread(chunk.data(), 1, chunk.size(), file)) > 0)
+    {
+        text.append(chunk.data(), size);
+        if (text.size() > maxFileSize)
+        {
+            throw std::length_error("Input file is longer than a bus message");
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+bool readRequestFile(const std::string& name, json& document)
+{
+    const File file(std::fopen(name.c_str(), "re"), std::fclose);
+    if (file == nullptr)
+    {
+        std::fprintf(stderr, "Failed to open in file: %s\n", name.c_str());
+        return false;
+    }
+    json parsed = tryParseDocument(readAll(file.get()));
+    if (parsed.is_discarded())
+    {
+        std::fprintf(stderr, "in file is invalid JSON: %s\n", name.c_str());
+        return false;
+    }
+    document = std::move(parsed);
+    return true;
+}
