@@ -15,11 +15,6 @@ bool notAvailable(const Options& options)
 }
 } // namespace
 
-bool update(const DbusConnPtr& /*bus*/, Options& options)
-{
-    return notAvailable(options);
-}
-
 bool attest(const DbusConnPtr& /*bus*/, Options& options)
 {
     return notAvailable(options);
