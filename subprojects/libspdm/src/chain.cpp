@@ -118,10 +118,8 @@ bool isSignedBy(Bytes certificate, Bytes issuer)
     {
         return false;
     }
-    // The issuer need not be a root. A BMC may not know the time yet when it
-    // attests a device, and a device's certificate is made to outlive it.
-    X509_STORE_set_flags(store.get(),
-                         X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_NO_CHECK_TIME);
+    // The issuer need not be a root.
+    X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN);
     return X509_STORE_CTX_init(context.get(), store.get(), checked.get(),
                                nullptr) == 1 &&
            X509_verify_cert(context.get()) == 1;

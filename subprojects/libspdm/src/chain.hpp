@@ -30,7 +30,7 @@ Bytes certificateAt(Bytes row, int32_t index);
 bool isRoot(Bytes der);
 
 /** Whether issuer signed the certificate and may do so, by the X.509 rules for
- * authorities. The time of day is not asked. */
+ * authorities, and both are valid today. */
 bool isSignedBy(Bytes certificate, Bytes issuer);
 
 /** Whether each certificate of the row is signed by the one before it, the

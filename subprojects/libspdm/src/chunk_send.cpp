@@ -40,14 +40,12 @@ libspdm_return_t sendChunk(Context& context, Bytes request, size_t transfer,
     return sendMessage(context, region, writer.size());
 }
 
-/** Keeps what an acknowledgement carries as the response. */
+/** Keeps what an acknowledgement carries as the response. What does not fit is
+ * no part of a message, but follows what arrived. */
 libspdm_return_t keep(const Context& context, Bytes carried, Bytes& response)
 {
     std::span<uint8_t> area = largeRegion(context);
-    if (carried.size() > area.size())
-    {
-        return LIBSPDM_STATUS_INVALID_MSG_FIELD;
-    }
+    carried = carried.first(std::min(carried.size(), area.size()));
     std::ranges::copy(carried, area.begin());
     response = area.first(carried.size());
     return LIBSPDM_STATUS_SUCCESS;
@@ -83,8 +81,11 @@ libspdm_return_t checkAck(const Context& context, Bytes ack, uint16_t sequence,
     if (codeOf(ack) == SPDM_ERROR &&
         param1Of(ack) == SPDM_ERROR_CODE_LARGE_RESPONSE)
     {
-        // Acknowledgement and response together were too large.
-        return keep(context, ack, response);
+        // Acknowledgement and response together were too large. The program's
+        // receive function has to say how long this message is.
+        return ack.size() < largeRegion(context).size()
+                 ? keep(context, ack, response)
+                 : LIBSPDM_STATUS_INVALID_MSG_SIZE;
     }
     if (codeOf(ack) != SPDM_CHUNK_SEND_ACK)
     {

@@ -15,8 +15,8 @@
 typedef struct libspdm_context libspdm_context_t;
 
 /* True if the chain holds together: its length, the hash of its root, each
- * signature with the issuer's right to give it, and the leaf's key, validity
- * fields, basic constraints and key usages. The time of day is not asked. */
+ * signature with the issuer's right to give it and today's date, and the leaf's
+ * key, basic constraints and key usages. */
 bool libspdm_verify_peer_cert_chain_buffer_integrity(
     libspdm_context_t* spdm_context, const void* cert_chain_buffer,
     size_t cert_chain_buffer_size);
