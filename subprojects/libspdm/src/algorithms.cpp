@@ -209,6 +209,15 @@ void dropUndefined(Algorithms& selected, uint8_t version)
     }
 }
 
+Algorithms withoutSessions(Algorithms selected)
+{
+    selected.dhe = 0;
+    selected.aead = 0;
+    selected.reqBaseAsym = 0;
+    selected.keySchedule = 0;
+    return selected;
+}
+
 libspdm_return_t accept(Context& context, Bytes request, Bytes response)
 {
     Algorithms selected;
@@ -224,8 +233,14 @@ libspdm_return_t accept(Context& context, Bytes request, Bytes response)
         return LIBSPDM_STATUS_BUFFER_FULL;
     }
     dropUndefined(selected, versionOf(context));
-    context.connection.algorithms = selected;
-    status = checkSelection(context);
+    // What only sessions use is kept once the rest is right.
+    context.connection.algorithms = withoutSessions(selected);
+    status = checkBaseSelection(context);
+    if (status == LIBSPDM_STATUS_SUCCESS)
+    {
+        context.connection.algorithms = selected;
+        status = checkSessionSelection(context);
+    }
     if (status == LIBSPDM_STATUS_SUCCESS)
     {
         context.connection.state = LIBSPDM_CONNECTION_STATE_NEGOTIATED;

@@ -20,8 +20,12 @@ bool areConsistent(uint32_t flags, uint8_t version);
  * that a capability needs was not selected, or not from what was offered. */
 libspdm_return_t negotiateAlgorithms(Context& context);
 
-/** Whether the selection fits both sides' capabilities and settings. */
-libspdm_return_t checkSelection(const Context& context);
+/** Whether measurement hash, hash and signature algorithm fit both sides'
+ * capabilities and settings. */
+libspdm_return_t checkBaseSelection(const Context& context);
+
+/** Whether what was selected for sessions does, from 1.1 on. */
+libspdm_return_t checkSessionSelection(const Context& context);
 
 /** Whether opaque data holds together: format 1 from 1.2 on, else anything. */
 bool isWellFormedOpaqueData(const Context& context, Bytes data);

@@ -152,17 +152,19 @@ bool isMultiKeyValid(const Context& context)
 
 } // namespace
 
-libspdm_return_t checkSelection(const Context& context)
+libspdm_return_t checkBaseSelection(const Context& context)
 {
     libspdm_return_t status = checkMeasurements(context);
-    if (status != LIBSPDM_STATUS_SUCCESS)
+    if (status == LIBSPDM_STATUS_SUCCESS &&
+        (!isHashValid(context) || !isAsymValid(context)))
     {
-        return status;
+        status = LIBSPDM_STATUS_NEGOTIATION_FAIL;
     }
-    if (!isHashValid(context) || !isAsymValid(context))
-    {
-        return LIBSPDM_STATUS_NEGOTIATION_FAIL;
-    }
+    return status;
+}
+
+libspdm_return_t checkSessionSelection(const Context& context)
+{
     if (versionOf(context) < SPDM_MESSAGE_VERSION_11)
     {
         return LIBSPDM_STATUS_SUCCESS;
@@ -171,7 +173,7 @@ libspdm_return_t checkSelection(const Context& context)
     {
         return LIBSPDM_STATUS_NEGOTIATION_FAIL;
     }
-    status = checkSchedule(context);
+    libspdm_return_t status = checkSchedule(context);
     if (status == LIBSPDM_STATUS_SUCCESS && !isMultiKeyValid(context))
     {
         status = LIBSPDM_STATUS_NEGOTIATION_FAIL;

@@ -1,0 +1,210 @@
+#include "session.hpp"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using test::Outcome;
+using test::Peer;
+using test::PeerSettings;
+using test::Pki;
+using test::Session;
+
+const Pki& pki()
+{
+    static const Pki made;
+    return made;
+}
+
+void expectSuccess(const Outcome& outcome, size_t blocks)
+{
+    EXPECT_EQ(outcome.connect, 0U);
+    EXPECT_EQ(outcome.digest, 0U);
+    EXPECT_EQ(outcome.certificate, 0U);
+    EXPECT_EQ(outcome.challenge, 0U);
+    EXPECT_EQ(outcome.count, 0U);
+    EXPECT_EQ(outcome.blocks, std::vector<libspdm_return_t>(blocks, 0));
+}
+
+class Flow : public testing::TestWithParam<uint8_t>
+{
+};
+
+TEST_P(Flow, SignedBlocksOfOneSlot)
+{
+    Peer peer({.version = GetParam()}, pki());
+    Session session(peer);
+    test::Der root = pki().root;
+    ASSERT_EQ(session.addRoot(root), 0U);
+    Outcome outcome = session.attest();
+    expectSuccess(outcome, 3);
+    EXPECT_EQ(outcome.slotMask, 1);
+    EXPECT_EQ(outcome.chain, test::makeChain(root, pki().row()));
+    EXPECT_EQ(session.acquired, 0);
+}
+
+TEST_P(Flow, EveryResponseFindsTheSameRoom)
+{
+    Peer peer({.version = GetParam()}, pki());
+    Session session(peer);
+    session.attest();
+    for (size_t room : session.rooms)
+    {
+        EXPECT_EQ(room, 4736U);
+    }
+}
+
+TEST_P(Flow, TimeoutsAreRoundTripAndThePeersTime)
+{
+    Peer peer({.version = GetParam()}, pki());
+    Session session(peer);
+    session.attest();
+    for (size_t i = 0; i < session.timeouts.size(); ++i)
+    {
+        EXPECT_EQ(session.timeouts[i], i < 3 ? 1100000U : 1000001U);
+    }
+}
+
+TEST_P(Flow, LengthThatIsToldChangesNothing)
+{
+    Peer peer({.version = GetParam()}, pki());
+    Session session(peer, {}, {.tellsLength = true});
+    expectSuccess(session.attest(), 3);
+}
+
+TEST_P(Flow, UnsignedBlocks)
+{
+    Peer peer({.version = GetParam(), .isSigning = false}, pki());
+    Session session(peer, {}, {.isSigned = false});
+    expectSuccess(session.attest(), 3);
+}
+
+TEST_P(Flow, RecordIsTheBlock)
+{
+    Peer peer({.version = GetParam(), .blocks = 2, .valueSize = 5}, pki());
+    Session session(peer);
+    test::Message block{2, 1, 8, 0, 1, 5, 0, 2, 2, 2, 2, 2};
+    EXPECT_EQ(session.attest().record, block);
+}
+
+TEST_P(Flow, RandomNoncesDiffer)
+{
+    Peer peer({.version = GetParam()}, pki());
+    Session session(peer);
+    session.attest();
+    auto nonce = [&](size_t step)
+    {
+        const test::Message& request = session.sent.at(step);
+        return test::Message(request.begin() + 5, request.begin() + 37);
+    };
+    size_t last = session.sent.size() - 1;
+    EXPECT_NE(nonce(last), nonce(last - 1));
+    EXPECT_NE(nonce(last), test::Message(32));
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, Flow,
+                         testing::Values(0x10, 0x11, 0x12, 0x13));
+
+TEST(Requests, GetCapabilitiesOf13)
+{
+    Peer peer({.version = 0x13}, pki());
+    Session session(peer);
+    session.attest();
+    test::Message expected{0x05, 0x13, 0xE1, 0,    0, 0, 0, 0,    0, 0xC6, 0x62,
+                           2,    0,    0,    0x12, 0, 0, 0, 0x12, 0, 0};
+    EXPECT_EQ(session.sent.at(0), (test::Message{5, 0x10, 0x84, 0, 0}));
+    EXPECT_EQ(session.sent.at(1), expected);
+}
+
+TEST(Requests, SizesOnTheWire)
+{
+    struct Row
+    {
+        uint8_t version;
+        std::vector<size_t> sizes;
+    };
+
+    // VERSION, CAPABILITIES, ALGORITHMS, DIGESTS, CERTIFICATE twice,
+    // CHALLENGE, number of blocks, one signed block.
+    for (const Row& row : {Row{0x10, {5, 5, 33, 5, 9, 9, 37, 5, 37}},
+                           Row{0x11, {5, 13, 49, 5, 9, 9, 37, 5, 38}},
+                           Row{0x12, {5, 21, 49, 5, 9, 9, 37, 5, 38}},
+                           Row{0x13, {5, 21, 49, 5, 9, 9, 45, 13, 46}}})
+    {
+        Peer peer({.version = row.version, .blocks = 1}, pki());
+        Session session(peer);
+        session.attest();
+        std::vector<size_t> sizes;
+        for (const test::Message& request : session.sent)
+        {
+            sizes.push_back(request.size());
+        }
+        EXPECT_EQ(sizes, row.sizes) << int{row.version};
+    }
+}
+
+TEST(MultiKey, ItemsOfASlotAreReadBack)
+{
+    Peer peer({.version = 0x13, .slots = 5, .multiKey = true}, pki());
+    Session session(peer);
+    expectSuccess(session.attest(), 3);
+    uint8_t id = 0;
+    uint8_t info = 0;
+    uint16_t usage = 0;
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_KEY_PAIR_ID, id, 2), 0U);
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_CERT_INFO, info, 2), 0U);
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, usage, 2), 0U);
+    EXPECT_EQ(id, 5);
+    EXPECT_EQ(info, 1);
+    EXPECT_EQ(usage, 6);
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, usage, 1), 0U);
+    EXPECT_EQ(usage, 0);
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, usage, 8),
+              LIBSPDM_STATUS_INVALID_PARAMETER);
+}
+
+TEST(Chunks, LargeResponsesAreFetched)
+{
+    for (uint8_t version : {uint8_t{0x12}, uint8_t{0x13}})
+    {
+        Peer peer({.version = version, .chunk = 100, .valueSize = 2000}, pki());
+        Session session(peer);
+        expectSuccess(session.attest(), 3);
+        EXPECT_GT(session.sent.size(), 60U);
+    }
+}
+
+TEST(Chunks, RequestsThatAreTooLargeArePartedToo)
+{
+    // The peer takes 42 bytes, and NEGOTIATE_ALGORITHMS has 48. It answers
+    // with an ERROR, since it does not know CHUNK_SEND.
+    Peer peer({.version = 0x12, .chunk = 42}, pki());
+    Session session(peer);
+    EXPECT_EQ(session.attest().connect, LIBSPDM_STATUS_INVALID_MSG_FIELD);
+    ASSERT_EQ(session.sent.size(), 3U);
+    EXPECT_EQ(session.sent[2].size(), 43U);
+    EXPECT_EQ(session.sent[2][2], SPDM_CHUNK_SEND);
+}
+
+TEST(Buffers, AreAskedForTheirRoom)
+{
+    Peer peer({}, pki());
+    Session tight(peer, {}, {.chainRoom = 1000});
+    EXPECT_EQ(tight.attest().certificate, LIBSPDM_STATUS_BUFFER_FULL);
+    Peer again({}, pki());
+    Session small(again, {}, {.recordRoom = 54});
+    Outcome outcome = small.attest();
+    EXPECT_EQ(outcome.blocks.at(0), LIBSPDM_STATUS_BUFFER_TOO_SMALL);
+}
+
+TEST(Buffers, ReadsBeforeAConnectionFail)
+{
+    Peer peer({}, pki());
+    Session session(peer);
+    EXPECT_EQ(libspdm_get_digest(session.context(), nullptr, nullptr, nullptr),
+              LIBSPDM_STATUS_UNSUPPORTED_CAP);
+    EXPECT_TRUE(session.sent.empty());
+}
+
+} // namespace
