@@ -1,8 +1,7 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-
-#include <boost/asio/spawn.hpp>
+#include "io/common/src/YieldContext.hpp"
 
 #include <cstdint>
 #include <optional>
