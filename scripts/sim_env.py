@@ -265,7 +265,7 @@ def _ignore_interrupts():
 def _run(command):
     """Runs the command in the foreground; its status as a shell shows it."""
     try:
-        process = subprocess.Popen(command)
+        process = subprocess.Popen(command, close_fds=False)
     except OSError as error:
         raise Failure(f"{command[0]}: {error.strerror}.") from error
     try:

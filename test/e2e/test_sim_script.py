@@ -1,0 +1,121 @@
+"""scripts/sim: a command in the simulator, and nothing left behind."""
+
+import os
+import pathlib
+import select
+import signal
+import subprocess
+
+import pytest
+
+from harness import TIMEOUT, Session, environment, sim_env
+
+SCRIPT = str(sim_env.ROOT / "scripts/sim")
+BUILD = str(pathlib.Path(os.environ.get("BMCSIM", "/x/y")).parents[1])
+# Prints the processes of its simulator, then waits for ever.
+WAIT = "echo $$ $(pgrep -P $PPID); exec sleep infinity"
+
+
+def start(*words, **more):
+    """Starts the script; more goes into its environment."""
+    env = environment({"BUILD": BUILD, **more})
+    for name in list(env):
+        if name.startswith("DBUS_"):
+            del env[name]
+    return Session(subprocess.Popen(
+        [SCRIPT, *words], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE, env=env, cwd="/"))
+
+
+def run(*words, **more):
+    return start(*words, **more).end()
+
+
+def gone(pid):
+    """Whether a process has ended; one that is dying may be waited for."""
+    try:
+        handle = os.pidfd_open(pid)
+    except ProcessLookupError:
+        return True
+    os.close(handle)
+    return False
+
+
+def test_the_exit_status_is_the_commands():
+    """Also for one that a signal ends, as a shell shows it."""
+    assert run("true") == ("", "", 0)
+    assert run("sh", "-c", "exit 42") == ("", "", 42)
+    assert run("sh", "-c", "kill -9 $$") == ("", "", 137)
+
+
+def test_the_default_server_is_there():
+    """The program is found by its name, from any folder."""
+    result = run("zantric", "-o", "list", "-t", "Drives")
+    heads = [line for line in result.out.splitlines() if "Drives" in line]
+    assert heads == ["rsa: 16 Drives", "lsa: 8 Drives", "nvmed: 8 Drives"]
+    assert (result.err, result.status) == ("", 0)
+
+
+def test_the_folders_are_private():
+    """What a command writes to them is nowhere else."""
+    for folder in sim_env.PRIVATE:
+        mark = f"{folder}/left-{os.getpid()}"
+        assert run("touch", mark) == ("", "", 0)
+        assert not os.path.exists(mark)
+
+
+def test_a_command_that_leaves_a_process_behind():
+    """It ends with the simulator."""
+    result = run("sh", "-c", "sleep infinity > /dev/null 2>&1 & echo $!")
+    assert result.status == 0
+    assert gone(int(result.out))
+
+
+@pytest.mark.parametrize("number", [
+    signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_a_signal_ends_everything(number):
+    """The command and all daemons; the status tells the signal."""
+    session = start("sh", "-c", WAIT)
+    words = session.read_until("\n").split()
+    assert len(words) >= 4, words
+    session.signal(number)
+    result = session.end()
+    assert (result.err, result.status) == ("", 128 + number)
+    assert all(gone(int(word)) for word in words)
+
+
+def test_a_killed_script_takes_its_daemons_along():
+    """Even without a chance to clean up."""
+    session = start("sh", "-c", WAIT)
+    words = session.read_until("\n").split()
+    daemons = [os.pidfd_open(int(word)) for word in words[1:]
+               if word != words[0]]
+    assert len(daemons) >= 3
+    session.signal(signal.SIGKILL)
+    for daemon in daemons:
+        # A process descriptor becomes readable when its process has ended.
+        assert select.select([daemon], [], [], TIMEOUT)[0]
+        os.close(daemon)
+
+
+@pytest.mark.parametrize("more, complaint", [
+    ({"BUILD": "/none"}, "There is no /none/sim/bmcsim: build first, or say "
+     "where the build is with BUILD."),
+    ({"SIM_SCENARIO": "/none.json"}, "There is no scenario /none.json."),
+])
+def test_what_is_missing_is_told_in_one_sentence(more, complaint):
+    """And nothing is started."""
+    assert run("true", **more) == ("", f"sim: {complaint}\n", 1)
+
+
+def test_a_command_that_does_not_exist():
+    """As the system words it."""
+    assert run("/none") == ("", "sim: /none: No such file or directory.\n", 1)
+
+
+def test_a_bad_scenario_is_told(tmp_path):
+    """In the simulator's own words; a folder below /tmp stays visible."""
+    scenario = tmp_path / "x.json"
+    scenario.write_text('{"services": 5}')
+    assert run("true", SIM_SCENARIO=str(scenario)) == (
+        "", "sim: bmcsim: /services: must be an object\n", 1)
