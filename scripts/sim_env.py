@@ -117,6 +117,8 @@ def enter(keep=()):
     for target in PRIVATE:
         _mount("tmpfs", target, "tmpfs", 0,
                "mode=1777" if target == "/tmp" else "mode=755")
+    # The BMC's image brings this one along.
+    os.makedirs("/pstorage/persist/hdr")
     # Outer folders first, or an inner one would be covered again.
     for path in sorted(kept, key=lambda path: len(path.parts)):
         path.mkdir(parents=True, exist_ok=True)

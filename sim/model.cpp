@@ -1,9 +1,11 @@
 #include "model.hpp"
 
+#include "eventlog_model.hpp"
 #include "mapper_model.hpp"
 #include "mctp_model.hpp"
 #include "pcie_model.hpp"
 #include "service.hpp"
+#include "smbus_model.hpp"
 #include "storage_model.hpp"
 
 #include <systemd/sd-bus.h>
@@ -28,8 +30,11 @@ std::unique_ptr<Model> make(World& world, Service& service, const Node& config)
 const std::map<std::string, Maker>& makers()
 {
     static const std::map<std::string, Maker> table{
+        {"eventlog", make<EventLogModel>},
         {"mapper", make<MapperModel>},
         {"mctp", make<MctpModel>},
+        {"mctp-launcher", make<LauncherModel>},
+        {"mctp-smbus", make<SmbusModel>},
         {"pcie", make<PcieModel>},
         {"storage", make<StorageModel>},
     };

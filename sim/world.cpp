@@ -14,7 +14,11 @@ World::World(std::string address, const std::string& logFile) :
 
 void World::build(const Node& scenario)
 {
-    scenario.allowOnly({"services", "faults"});
+    scenario.allowOnly({"services", "faults", "i2c"});
+    if (auto buses = scenario.find("i2c"))
+    {
+        adapters = Adapters(*buses);
+    }
     scenario.at("services")
         .eachMember([&](const std::string& name, const Node& node)
                     { readService(name, node); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "adapters.hpp"
 #include "call_log.hpp"
 #include "event_loop.hpp"
 #include "faults.hpp"
@@ -59,6 +60,7 @@ class World
     std::map<std::string, std::unique_ptr<Service>> byName;
     std::vector<std::unique_ptr<Model>> models;
     Faults faults;
+    Adapters adapters;
 };
 
 } // namespace sim
