@@ -1,0 +1,185 @@
+#include "io/common/spdm/Spdm.hpp"
+
+#include <phosphor-logging/lg2.hpp>
+
+#include <array>
+
+namespace mctp::spdm
+{
+
+namespace
+{
+
+/** What a value of the table takes in the library, in bytes. */
+enum class Width : uint8_t
+{
+    one = 1,
+    two = 2,
+    four = 4,
+    eight = 8,
+};
+
+struct Setting
+{
+    libspdm_data_type_t item;
+    Width width;
+    uint64_t value;
+};
+
+/** What this requester offers, by the numbers of DSP0274. The version, the
+ *  measurement hash and the transfer sizes are left to the library.
+ */
+constexpr std::array settings{
+    Setting{LIBSPDM_DATA_CAPABILITY_CT_EXPONENT, Width::one, 0},
+    // One second, in microseconds.
+    Setting{LIBSPDM_DATA_CAPABILITY_RTT_US, Width::eight, 1000000},
+    // CERT, CHAL, ENCRYPT, MAC, KEY_EX, HBEAT, KEY_UPD and CHUNK.
+    Setting{LIBSPDM_DATA_CAPABILITY_FLAGS, Width::four, 0x262C6},
+    // DMTF
+    Setting{LIBSPDM_DATA_MEASUREMENT_SPEC, Width::one, 0x01},
+    // ECDSA P-384
+    Setting{LIBSPDM_DATA_BASE_ASYM_ALGO, Width::four, 0x80},
+    // SHA-256 and SHA-384
+    Setting{LIBSPDM_DATA_BASE_HASH_ALGO, Width::four, 0x03},
+    // FFDHE-2048, FFDHE-3072, secp256r1 and secp384r1
+    Setting{LIBSPDM_DATA_DHE_NAME_GROUP, Width::two, 0x1B},
+    // AES-256-GCM and ChaCha20-Poly1305
+    Setting{LIBSPDM_DATA_AEAD_CIPHER_SUITE, Width::two, 0x06},
+    // ECDSA P-384
+    Setting{LIBSPDM_DATA_REQ_BASE_ASYM_ALG, Width::two, 0x80},
+    // the SPDM key schedule
+    Setting{LIBSPDM_DATA_KEY_SCHEDULE, Width::two, 0x01},
+    // opaque data format 1 and multi-key connection
+    Setting{LIBSPDM_DATA_OTHER_PARAMS_SUPPORT, Width::one, 0x12},
+    // DMTF
+    Setting{LIBSPDM_DATA_MEL_SPEC, Width::one, 0x01},
+};
+
+constexpr uint32_t senderBufferSize = 4480;
+constexpr uint32_t receiverBufferSize = 4736;
+constexpr uint32_t maxSpdmMessageSize = 0x1200;
+constexpr uint32_t transportHeaderSize = 64;
+constexpr uint32_t transportTailSize = 64;
+
+std::array<uint8_t, senderBufferSize> senderBuffer;
+std::array<uint8_t, receiverBufferSize> receiverBuffer;
+
+libspdm_return_t acquireSender(void* /*context*/, void** buffer)
+{
+    senderBuffer.fill(0);
+    *buffer = senderBuffer.data();
+    return LIBSPDM_STATUS_SUCCESS;
+}
+
+libspdm_return_t acquireReceiver(void* /*context*/, void** buffer)
+{
+    receiverBuffer.fill(0);
+    *buffer = receiverBuffer.data();
+    return LIBSPDM_STATUS_SUCCESS;
+}
+
+// Both buffers live as long as the process.
+void release(void* /*context*/, const void* /*buffer*/)
+{
+}
+
+template <typename T>
+void apply(void* context, const Setting& setting)
+{
+    libspdm_data_parameter_t parameter{};
+    parameter.location = LIBSPDM_DATA_LOCATION_LOCAL;
+    auto value = static_cast<T>(setting.value);
+    // The library refuses what it was built without; the peers then agree on
+    // less.
+    static_cast<void>(libspdm_set_data(context, setting.item, &parameter,
+                                       &value, sizeof(value)));
+}
+
+void applySetting(void* context, const Setting& setting)
+{
+    switch (setting.width)
+    {
+        case Width::one:
+            return apply<uint8_t>(context, setting);
+        case Width::two:
+            return apply<uint16_t>(context, setting);
+        case Width::four:
+            return apply<uint32_t>(context, setting);
+        case Width::eight:
+            return apply<uint64_t>(context, setting);
+    }
+}
+
+/** The transport comes first: the library checks the buffers against it. */
+void registerCallbacks(void* context)
+{
+    libspdm_register_device_io_func(context, SpdmLib::spdmSendMessage,
+                                    SpdmLib::spdmReceiveMessage);
+    libspdm_register_transport_layer_func(
+        context, maxSpdmMessageSize, transportHeaderSize, transportTailSize,
+        libspdm_transport_mctp_encode_message,
+        libspdm_transport_mctp_decode_message);
+    libspdm_register_device_buffer_func(context, senderBufferSize,
+                                        receiverBufferSize, acquireSender,
+                                        release, acquireReceiver, release);
+    libspdm_register_verify_spdm_cert_chain_func(
+        context, SpdmLib::verifyRemoteCertChain);
+}
+
+} // namespace
+
+bool SpdmLib::setUpScratchBuffer()
+{
+    const size_t size =
+        libspdm_get_sizeof_required_scratch_buffer(context.get());
+    HeapBlock buffer(std::malloc(size));
+    if (buffer == nullptr)
+    {
+        return false;
+    }
+    libspdm_set_scratch_buffer(context.get(), buffer.get(), size);
+    scratchBuffer = std::move(buffer);
+    return true;
+}
+
+libspdm_return_t SpdmLib::initialize()
+{
+    if (context == nullptr)
+    {
+        context.reset(std::malloc(libspdm_get_context_size()));
+    }
+    if (context == nullptr)
+    {
+        lg2::error("[ERR] malloc spdm context failed");
+        return LIBSPDM_STATUS_INVALID_PARAMETER;
+    }
+    const libspdm_return_t status = libspdm_init_context(context.get());
+    if (LIBSPDM_STATUS_IS_ERROR(status))
+    {
+        lg2::error("[ERR] spdm init context failed");
+        return status;
+    }
+    registerCallbacks(context.get());
+    if (!setUpScratchBuffer())
+    {
+        lg2::error("[ERR] malloc scratch buffer failed");
+        uninitialize();
+        return LIBSPDM_STATUS_SUCCESS;
+    }
+    for (const Setting& setting : settings)
+    {
+        applySetting(context.get(), setting);
+    }
+    lg2::info("SPDM Lib initialized");
+    return LIBSPDM_STATUS_SUCCESS;
+}
+
+void SpdmLib::uninitialize()
+{
+    socket.uninit();
+    context.reset();
+    scratchBuffer.reset();
+    lg2::info("SPDM Lib uninitialized");
+}
+
+} // namespace mctp::spdm

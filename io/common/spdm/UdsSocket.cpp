@@ -1,0 +1,152 @@
+#include "io/common/spdm/UdsSocket.hpp"
+
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <phosphor-logging/lg2.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace mctp::spdm
+{
+
+namespace
+{
+
+constexpr uint64_t microsecondsPerSecond = 1000000;
+
+// struct sockaddr is what the socket calls take every kind of address as.
+const sockaddr* genericAddress(const sockaddr_un& address)
+{
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+/** The target of /proc/self/exe, empty when it cannot be read. */
+std::string executableLink()
+{
+    std::array<char, 1024> link{};
+    const ssize_t length =
+        readlink("/proc/self/exe", link.data(), link.size() - 1);
+    return length < 0 ? std::string() : std::string(link.data());
+}
+
+/** Wait until the descriptor can be read: select(2)'s result. */
+int waitReadable(int fd, uint64_t timeout)
+{
+    // A set has no place for any other descriptor.
+    if (fd < 0 || fd >= FD_SETSIZE)
+    {
+        return -1;
+    }
+    fd_set readable;
+    FD_ZERO(&readable);
+    FD_SET(fd, &readable);
+    timeval time{};
+    time.tv_sec = static_cast<time_t>(timeout / microsecondsPerSecond);
+    time.tv_usec = static_cast<suseconds_t>(timeout % microsecondsPerSecond);
+    return select(fd + 1, &readable, nullptr, nullptr, &time);
+}
+
+} // namespace
+
+UdsSocket::~UdsSocket()
+{
+    uninit();
+}
+
+std::string UdsSocket::pathFor(std::string_view executable)
+{
+    const auto slash = executable.rfind('/');
+    if (slash != std::string_view::npos)
+    {
+        executable.remove_prefix(slash + 1);
+    }
+    std::string path = "/run/";
+    path.append(executable).append("SpdmSocket");
+    path.resize(std::min(path.size(), sizeof(sockaddr_un::sun_path) - 1));
+    return path;
+}
+
+bool UdsSocket::bindToPath()
+{
+    address = {};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+    // The file gets the socket's mode: nobody else may send into it.
+    return fchmod(fd, S_IRUSR | S_IWUSR) == 0 &&
+           bind(fd, genericAddress(address), sizeof(address)) == 0;
+}
+
+int UdsSocket::init()
+{
+    if (fd != -1)
+    {
+        return 0;
+    }
+    fd = socket(AF_UNIX, SOCK_DGRAM, 0);
+    if (fd == -1)
+    {
+        lg2::error("[ERR] Failed to open UDS socket for SPDM");
+        return -1;
+    }
+    path = pathFor(executableLink());
+    // When this fails there is either nothing there or something that makes
+    // the bind fail too, which then tells.
+    unlink(path.c_str());
+    if (!bindToPath())
+    {
+        lg2::error("[ERR] Failed to bind UDS socket for SPDM");
+        close(fd);
+        fd = -1;
+        return -1;
+    }
+    return 0;
+}
+
+void UdsSocket::uninit()
+{
+    if (fd == -1)
+    {
+        return;
+    }
+    close(fd);
+    if (unlink(path.c_str()) != 0)
+    {
+        lg2::error("[ERR] Failed to unlink {P}", "P", path);
+    }
+    fd = -1;
+}
+
+ssize_t UdsSocket::sendToSelf(std::span<const uint8_t> bytes) const
+{
+    return sendto(fd, bytes.data(), bytes.size(), 0, genericAddress(address),
+                  sizeof(address));
+}
+
+ssize_t UdsSocket::receive(void* buffer, std::size_t length,
+                           uint64_t timeout) const
+{
+    const int ready = waitReadable(fd, timeout);
+    if (ready == -1)
+    {
+        lg2::error("[ERR] select failed");
+        return -1;
+    }
+    if (ready == 0)
+    {
+        lg2::error("[ERR] Timeout occurred. No data received");
+        return 0;
+    }
+    const ssize_t received = recv(fd, buffer, length, 0);
+    if (received == -1)
+    {
+        lg2::error("[ERR] recv failed");
+    }
+    return received;
+}
+
+} // namespace mctp::spdm

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/** The root certificates that the operator trusts, as files. */
+namespace mctp::spdm::cert
+{
+
+/** Total length and reserved bits in front of a certificate chain (DSP0274);
+ *  the root certificate's hash follows. */
+inline constexpr std::size_t chainHeaderSize = 4;
+
+/** Set the folder that holds one folder per algorithm.
+ *
+ *  It is kept in 256 bytes: a longer text is cut, with a line on standard
+ *  error.
+ */
+void setDirectory(const std::string& directory);
+
+/** Name of the file for an algorithm below the directory.
+ *
+ *  @param asymAlgo one bit of DSP0274's BaseAsymAlgo
+ *  @return null for anything else
+ */
+const char* fileName(uint32_t asymAlgo);
+
+/** Build a certificate chain of one out of the algorithm's file.
+ *
+ *  @param hashAlgo one bit of DSP0274's BaseHashAlgo
+ *  @return false when it cannot be read, mostly with a line on standard
+ *          output; a path of 256 characters or more fails without one
+ */
+bool readRootCertChain(uint32_t hashAlgo, uint32_t asymAlgo,
+                       std::vector<uint8_t>& chain);
+
+} // namespace mctp::spdm::cert
