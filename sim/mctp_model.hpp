@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mctp_devices.hpp"
 #include "model.hpp"
 
 namespace sim
@@ -8,14 +9,21 @@ namespace sim
 /** "mctp": an MCTP daemon. Settings:
  *
  *  - "endpoints": an array of {"eid", "address"}; "second" (8 bits) and "third"
- *    (16 bits) fill the two fields between them and default to 0. */
+ *    (16 bits) fill the two fields between them and default to 0. "spdm"
+ *    describes the device behind the endpoint (spdm/config.hpp); without it
+ *    nothing there answers;
+ *  - "roots": the folder that the devices' root certificates are left in, by
+ *    default /run/bmcsim/roots. */
 class MctpModel : public Model
 {
   public:
     MctpModel(World& world, Service& service, const Node& config);
 
   private:
+    void addEndpoint(const Node& node);
+
     Json routingTable = Json::array();
+    MctpDevices devices;
 };
 
 } // namespace sim
