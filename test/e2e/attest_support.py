@@ -26,7 +26,6 @@ READ_ROOT = [(INFO, "Read peer cert-chain from file"),
 # Statuses of the library.
 VERIFICATION_FAILED = "0x80020001"
 ERROR_RESPONSE = "0x8001000a"
-BAD_FIELD = "0x80010005"
 SEND_FAILED = "0x80040000"
 
 # Index, type, value: what a device measures by default.

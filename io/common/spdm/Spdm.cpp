@@ -142,7 +142,17 @@ bool SpdmLib::setUpScratchBuffer()
     return true;
 }
 
-libspdm_return_t SpdmLib::initialize()
+/** Give back what the library holds in the context; its memory stays. */
+void SpdmLib::leaveContext()
+{
+    if (contextInUse)
+    {
+        libspdm_deinit_context(context.get());
+        contextInUse = false;
+    }
+}
+
+libspdm_return_t SpdmLib::setUpContext()
 {
     if (context == nullptr)
     {
@@ -153,10 +163,21 @@ libspdm_return_t SpdmLib::initialize()
         lg2::error("[ERR] malloc spdm context failed");
         return LIBSPDM_STATUS_INVALID_PARAMETER;
     }
+    leaveContext();
     const libspdm_return_t status = libspdm_init_context(context.get());
-    if (LIBSPDM_STATUS_IS_ERROR(status))
+    contextInUse = !LIBSPDM_STATUS_IS_ERROR(status);
+    if (!contextInUse)
     {
         lg2::error("[ERR] spdm init context failed");
+    }
+    return status;
+}
+
+libspdm_return_t SpdmLib::initialize()
+{
+    const libspdm_return_t status = setUpContext();
+    if (LIBSPDM_STATUS_IS_ERROR(status))
+    {
         return status;
     }
     registerCallbacks(context.get());
@@ -177,6 +198,7 @@ libspdm_return_t SpdmLib::initialize()
 void SpdmLib::uninitialize()
 {
     socket.uninit();
+    leaveContext();
     context.reset();
     scratchBuffer.reset();
     lg2::info("SPDM Lib uninitialized");

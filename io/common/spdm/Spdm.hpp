@@ -134,6 +134,8 @@ class SpdmLib
                                       size_t* trustAnchorSize);
 
   private:
+    static libspdm_return_t setUpContext();
+    static void leaveContext();
     static bool setUpScratchBuffer();
     static bool lookUpTarget(uint32_t address);
     static Negotiated readNegotiated();
@@ -148,6 +150,8 @@ class SpdmLib
     static libspdm_return_t challenge(uint8_t slot);
 
     inline static HeapBlock context;
+    /** Whether the library has put something into the context. */
+    inline static bool contextInUse{false};
     inline static HeapBlock scratchBuffer;
     inline static uint8_t targetEid{0};
     inline static std::string mctpService; //!< empty: that of MCTP over PCIe

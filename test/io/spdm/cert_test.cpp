@@ -1,0 +1,260 @@
+#include "io/common/spdm/SaveFile.hpp"
+#include "io/common/spdm/spdm_device_secret_lib_sample/cert.hpp"
+#include "test/io/spdm/spdm_fixture.hpp"
+#include "test/support.hpp"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+
+using mctp::spdm::SpdmLib;
+namespace cert = mctp::spdm::cert;
+namespace fs = std::filesystem;
+
+namespace
+{
+
+void put(const fs::path& file, const std::string& text)
+{
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << text;
+}
+
+std::string contentOf(const fs::path& file)
+{
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/** Each test has /tmp to itself, with no marker file in it. */
+class Certificates : public SpdmTest
+{
+  protected:
+    void TearDown() override
+    {
+        SpdmTest::TearDown();
+        for (const char* name : {"/tmp/save_cert", "/tmp/ignore_cert_check",
+                                 "/tmp/certchain.bin", "/tmp/roots"})
+        {
+            fs::remove_all(name);
+        }
+    }
+
+    static bool verify(Lines& lines)
+    {
+        const void* anchor = nullptr;
+        size_t anchorSize = 0;
+        bool verdict = false;
+        const std::string chain = "chain";
+        lines = journalOf(
+            [&]
+            {
+                verdict = SpdmLib::verifyRemoteCertChain(
+                    nullptr, 0, chain.size(), chain.data(), &anchor,
+                    &anchorSize);
+            });
+        return verdict;
+    }
+};
+
+constexpr const char* badIntegrity =
+    "<3> [ERR] Cert-chain (SZ=5) intergrity check failed.";
+constexpr const char* badAuthority =
+    "<3> [ERR] Cert-chain (SZ=5) authority check failed.";
+constexpr const char* saved = "<6> Cert-chain saved to /tmp/certchain.bin";
+constexpr const char* ignored = "<6> Ignore cert-chain check";
+
+TEST_F(Certificates, BothChecksMustPass)
+{
+    Lines lines;
+    EXPECT_TRUE(verify(lines));
+    EXPECT_EQ(lines, Lines{});
+    scripted.authority = false;
+    EXPECT_FALSE(verify(lines));
+    EXPECT_EQ(lines, Lines{badAuthority});
+    scripted.calls.clear();
+    scripted.integrity = false;
+    EXPECT_FALSE(verify(lines));
+    EXPECT_EQ(lines, Lines{badIntegrity});
+    EXPECT_EQ(scripted.calls, Lines{"integrity"});
+}
+
+TEST_F(Certificates, TheIgnoreMarkerChangesTheVerdictOnly)
+{
+    put("/tmp/ignore_cert_check", "");
+    Lines lines;
+    EXPECT_TRUE(verify(lines));
+    EXPECT_EQ(lines, Lines{ignored});
+    scripted.integrity = false;
+    scripted.authority = false;
+    EXPECT_TRUE(verify(lines));
+    EXPECT_EQ(lines, (Lines{badIntegrity, badAuthority, ignored}));
+}
+
+TEST_F(Certificates, BothMarkersSaveFirst)
+{
+    put("/tmp/ignore_cert_check", "");
+    put("/tmp/save_cert", "");
+    scripted.integrity = false;
+    Lines lines;
+    EXPECT_TRUE(verify(lines));
+    EXPECT_EQ(lines, (Lines{saved, badIntegrity, ignored}));
+    EXPECT_EQ(contentOf("/tmp/certchain.bin"), "chain");
+}
+
+TEST_F(Certificates, EachAlgorithmHasItsFile)
+{
+    constexpr std::array<std::pair<uint32_t, const char*>, 12> table{
+        {{0x1, "rsa2048/ca.cert.der"},
+         {0x2, "rsa2048/ca.cert.der"},
+         {0x4, "rsa3072/ca.cert.der"},
+         {0x8, "rsa3072/ca.cert.der"},
+         {0x10, "ecp256/ca.cert.der"},
+         {0x20, "rsa4096/ca.cert.der"},
+         {0x40, "rsa4096/ca.cert.der"},
+         {0x80, "ecp384/ca.cert.der"},
+         {0x100, "ecp521/ca.cert.der"},
+         {0x200, "sm2/ca.cert.der"},
+         {0x400, "ed25519/ca.cert.der"},
+         {0x800, "ed448/ca.cert.der"}}};
+    for (const auto& [algorithm, name] : table)
+    {
+        EXPECT_STREQ(cert::fileName(algorithm), name) << algorithm;
+    }
+    for (uint32_t algorithm : {0U, 0x3U, 0x81U, 0x1000U, 0xFFFFFFFFU})
+    {
+        EXPECT_EQ(cert::fileName(algorithm), nullptr) << algorithm;
+    }
+}
+
+TEST_F(Certificates, AnUnknownAlgorithmIsAnAssertion)
+{
+    negotiate(0x1200);
+    scripted.peers[{LIBSPDM_DATA_BASE_ASYM_ALGO, 0}] = 0x1000;
+    Lines lines;
+    libspdm_return_t status = 0;
+    const std::string printed =
+        printedBy([&] { status = attest(lines, "/tmp/roots"); });
+    EXPECT_EQ(status, 0x80030000U);
+    EXPECT_TRUE(printed.starts_with("LIBSPDM_ASSERT: cert.cpp(")) << printed;
+    EXPECT_TRUE(printed.ends_with("): false\n")) << printed;
+}
+
+TEST_F(Certificates, TheRootIsHandedToTheLibrary)
+{
+    put("/tmp/roots/ecp384/ca.cert.der", "root!");
+    negotiate(0x1200);
+    scripted.settings.clear();
+    Lines lines;
+    EXPECT_EQ(attest(lines, "/tmp/roots"), 0U);
+    EXPECT_EQ(lines[1], "<6> Read peer cert-chain from file");
+    EXPECT_EQ(lines[2], "<6> Get root cert from cert-chain");
+    ASSERT_EQ(scripted.settings.size(), 1U);
+    const Scripted::Setting& set = scripted.settings.front();
+    EXPECT_EQ(set.item, LIBSPDM_DATA_PEER_PUBLIC_ROOT_CERT);
+    EXPECT_EQ(set.location, LIBSPDM_DATA_LOCATION_LOCAL);
+    ASSERT_EQ(set.size, 5U);
+    // The library keeps the pointer: the bytes must still be there.
+    EXPECT_EQ(std::string(static_cast<const char*>(set.data), set.size),
+              "root!");
+}
+
+TEST_F(Certificates, AChainOfOneHasHeaderHashAndCertificate)
+{
+    put("/tmp/roots/ecp256/ca.cert.der", std::string(300, 'c'));
+    cert::setDirectory("/tmp/roots");
+    std::vector<uint8_t> chain;
+    ASSERT_TRUE(cert::readRootCertChain(1, 0x10, chain));
+    ASSERT_EQ(chain.size(), 4U + 32U + 300U);
+    EXPECT_EQ(std::vector(chain.begin(), chain.begin() + 4),
+              (std::vector<uint8_t>{0x50, 0x01, 0, 0}));
+    EXPECT_EQ(std::count(chain.begin() + 4, chain.begin() + 36, 0xAA), 32);
+    EXPECT_EQ(std::count(chain.begin() + 36, chain.end(), 'c'), 300);
+}
+
+TEST_F(Certificates, ACertificateThatCannotBeHashed)
+{
+    put("/tmp/roots/ecp384/ca.cert.der", "root!");
+    negotiate(0x1200);
+    scripted.hash = false;
+    Lines lines;
+    EXPECT_EQ(attest(lines, "/tmp/roots"), 0x80030000U);
+    EXPECT_EQ(lines.back(), "<3> [ERR] libspdm_read_responder_root_public_"
+                            "certificate failed");
+}
+
+TEST_F(Certificates, AFileThatIsNoCertificate)
+{
+    put("/tmp/roots/ecp384/ca.cert.der", "");
+    negotiate(0x1200);
+    scripted.certificateFound = false;
+    Lines lines;
+    EXPECT_EQ(attest(lines, "/tmp/roots"), 0x80030000U);
+    EXPECT_EQ(lines.back(),
+              "<3> [ERR] libspdm_x509_get_cert_from_cert_chain failed");
+}
+
+TEST_F(Certificates, AFileThatCannotBeMeasured)
+{
+    fs::create_directories("/tmp/roots/ecp384");
+    // A pipe has no end to seek to. Held open, so that opening it goes on.
+    ASSERT_EQ(mkfifo("/tmp/roots/ecp384/ca.cert.der", 0600), 0);
+    std::fstream holder("/tmp/roots/ecp384/ca.cert.der");
+    cert::setDirectory("/tmp/roots");
+    std::vector<uint8_t> chain;
+    bool read = true;
+    EXPECT_EQ(
+        printedBy([&] { read = cert::readRootCertChain(2, 0x80, chain); }),
+        "Unable to get the file size /tmp/roots/ecp384/ca.cert.der\n");
+    EXPECT_FALSE(read);
+}
+
+TEST_F(Certificates, AFileThatEndsEarly)
+{
+    // It says that it has a page, and has less.
+    fs::create_directories("/tmp/roots/ecp384");
+    fs::create_symlink("/sys/kernel/mm/transparent_hugepage/enabled",
+                       "/tmp/roots/ecp384/ca.cert.der");
+    cert::setDirectory("/tmp/roots");
+    std::vector<uint8_t> chain;
+    bool read = true;
+    EXPECT_EQ(
+        printedBy([&] { read = cert::readRootCertChain(2, 0x80, chain); }),
+        "Read input file error /tmp/roots/ecp384/ca.cert.der");
+    EXPECT_FALSE(read);
+}
+
+TEST(SaveFile, ReplacesAndNeverFollows)
+{
+    const std::array<uint8_t, 3> bytes{'n', 'e', 'w'};
+    put("/tmp/save/victim", "old");
+    fs::create_symlink("/tmp/save/victim", "/tmp/save/file");
+    ASSERT_TRUE(mctp::spdm::saveFile("/tmp/save/file", bytes));
+    EXPECT_EQ(contentOf("/tmp/save/victim"), "old");
+    EXPECT_EQ(contentOf("/tmp/save/file"), "new");
+    EXPECT_FALSE(fs::is_symlink("/tmp/save/file"));
+    EXPECT_EQ(fs::status("/tmp/save/file").permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
+    fs::remove_all("/tmp/save");
+}
+
+TEST(SaveFile, LeavesNothingWhenItFails)
+{
+    const std::array<uint8_t, 1> bytes{'n'};
+    fs::create_directories("/tmp/save/file/full");
+    errno = 0;
+    EXPECT_FALSE(mctp::spdm::saveFile("/tmp/save/file", bytes));
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_FALSE(mctp::spdm::saveFile("/tmp/save/none/file", bytes));
+    EXPECT_EQ(errno, ENOENT);
+    const auto left = fs::directory_iterator("/tmp/save");
+    EXPECT_EQ(std::distance(fs::begin(left), fs::end(left)), 1);
+    fs::remove_all("/tmp/save");
+}
+
+} // namespace

@@ -1,0 +1,81 @@
+#include "test/io/spdm/spdm_fixture.hpp"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+using mctp::spdm::SpdmLib;
+
+namespace
+{
+
+/** Set before the first record: lg2 looks once. */
+const int copiesToStderr = setenv("LG2_FORCE_STDERR", "1", 1);
+
+Lines linesOf(std::istream& stream)
+{
+    Lines lines;
+    for (std::string line; std::getline(stream, line);)
+    {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+} // namespace
+
+Lines journalOf(const std::function<void()>& body)
+{
+    EXPECT_EQ(copiesToStderr, 0);
+    testing::internal::CaptureStderr();
+    body();
+    std::istringstream text(testing::internal::GetCapturedStderr());
+    return linesOf(text);
+}
+
+Lines callsOf(const std::string& member)
+{
+    std::ifstream log(std::getenv("SIM_LOG"));
+    Lines found;
+    for (std::string& line : linesOf(log))
+    {
+        if (line.find('"' + member + '"') != std::string::npos)
+        {
+            found.push_back(std::move(line));
+        }
+    }
+    return found;
+}
+
+void SpdmTest::SetUp()
+{
+    scripted = {};
+    SpdmLib::connection = io::bus::connect();
+}
+
+void SpdmTest::TearDown()
+{
+    journalOf(SpdmLib::uninitialize);
+    SpdmLib::connection.reset();
+}
+
+libspdm_return_t SpdmTest::attest(Lines& lines, const std::string& roots)
+{
+    libspdm_return_t status = 0;
+    lines = journalOf(
+        [&] { status = SpdmLib::authenticateTarget(echoAddress, roots); });
+    return status;
+}
+
+void SpdmTest::negotiate(uint16_t version, uint32_t flags)
+{
+    journalOf([] { SpdmLib::initialize(); });
+    scripted.calls.clear();
+    scripted.peers[{LIBSPDM_DATA_SPDM_VERSION, 0}] = version;
+    scripted.peers[{LIBSPDM_DATA_CAPABILITY_FLAGS, 0}] = flags;
+    scripted.peers[{LIBSPDM_DATA_CONNECTION_STATE, 0}] =
+        LIBSPDM_CONNECTION_STATE_NEGOTIATED;
+    scripted.peers[{LIBSPDM_DATA_BASE_ASYM_ALGO, 0}] = 0x80;
+    scripted.peers[{LIBSPDM_DATA_BASE_HASH_ALGO, 0}] = 2;
+    scripted.peers[{LIBSPDM_DATA_MEASUREMENT_HASH_ALGO, 0}] = 4;
+}

@@ -1,0 +1,195 @@
+#include "test/io/spdm/spdm_fixture.hpp"
+
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+
+using mctp::spdm::SpdmLib;
+using mctp::spdm::UdsSocket;
+
+namespace
+{
+
+using Transport = SpdmTest;
+
+constexpr std::array<uint8_t, 3> message{5, 0x10, 0x84};
+
+libspdm_return_t send(uint64_t timeout)
+{
+    return scripted.send(nullptr, message.size(), message.data(), timeout);
+}
+
+/** Runs the body at a time when the library talks to the device. */
+Lines whileConnecting(uint32_t address, const std::function<void()>& body)
+{
+    journalOf([] { SpdmLib::initialize(); });
+    scripted.initConnection = LIBSPDM_STATUS_NEGOTIATION_FAIL;
+    scripted.duringConnection = body;
+    Lines lines = journalOf([&] { SpdmLib::authenticateTarget(address, ""); });
+    // What the flow makes of the failed connection.
+    EXPECT_EQ(lines.back(), "<6> SPDM Lib uninitialized");
+    lines.pop_back();
+    EXPECT_EQ(lines.back(), "<3> [ERR] libspdm_init_connection failed. rc = "
+                            "0x80010007");
+    lines.pop_back();
+    return lines;
+}
+
+TEST_F(Transport, AResponseWaitsInTheSocket)
+{
+    std::array<uint8_t, 8> buffer{1, 1, 1, 1, 1, 1, 1, 1};
+    size_t size = buffer.size();
+    void* where = buffer.data();
+    const Lines lines = whileConnecting(
+        echoAddress,
+        [&]
+        {
+            EXPECT_EQ(send(1000000), 0U);
+            EXPECT_EQ(scripted.receive(nullptr, &size, &where, 1000000), 0U);
+        });
+    EXPECT_EQ(lines, Lines{});
+    // The length is not written back.
+    EXPECT_EQ(size, buffer.size());
+    EXPECT_EQ(buffer, (std::array<uint8_t, 8>{5, 1, 2, 3, 1, 1, 1, 1}));
+}
+
+TEST_F(Transport, AResponseIsCutToTheBuffer)
+{
+    std::array<uint8_t, 2> buffer{};
+    size_t size = buffer.size();
+    void* where = buffer.data();
+    whileConnecting(echoAddress,
+                    [&]
+                    {
+                        EXPECT_EQ(send(0), 0U);
+                        EXPECT_EQ(scripted.receive(nullptr, &size, &where, 0),
+                                  0U);
+                    });
+    EXPECT_EQ(buffer, (std::array<uint8_t, 2>{5, 1}));
+}
+
+TEST_F(Transport, TimeInMillisecondsWrapsAt16Bits)
+{
+    const size_t before = callsOf("SendReceiveMctpMessagePayload").size();
+    whileConnecting(echoAddress,
+                    []
+                    {
+                        EXPECT_EQ(send(1999), 0U);
+                        EXPECT_EQ(send(65535999), 0U);
+                        EXPECT_EQ(send(65536000), 0U);
+                        EXPECT_EQ(send(65541000), 0U);
+                    });
+    const Lines calls = callsOf("SendReceiveMctpMessagePayload");
+    ASSERT_EQ(calls.size(), before + 4);
+    const std::array<std::string, 4> ends{",1]", ",65535]", ",0]", ",5]"};
+    for (size_t i = 0; i < ends.size(); ++i)
+    {
+        EXPECT_NE(calls[before + i].find("[9,[5,16,132]" + ends[i]),
+                  std::string::npos)
+            << calls[before + i];
+    }
+}
+
+TEST_F(Transport, NothingInTimeIsNoFailureOfTheReceiver)
+{
+    std::array<uint8_t, 4> buffer{};
+    size_t size = buffer.size();
+    void* where = buffer.data();
+    const Lines lines = whileConnecting(
+        echoAddress,
+        [&]
+        {
+            EXPECT_EQ(send(0), 0U);
+            EXPECT_EQ(scripted.receive(nullptr, &size, &where, 0), 0U);
+            buffer = {};
+            EXPECT_EQ(scripted.receive(nullptr, &size, &where, 1000), 0U);
+        });
+    EXPECT_EQ(lines, Lines{"<3> [ERR] Timeout occurred. No data received"});
+    EXPECT_EQ(buffer, (std::array<uint8_t, 4>{}));
+}
+
+TEST_F(Transport, ReceivingBeforeAnythingWasSent)
+{
+    std::array<uint8_t, 4> buffer{};
+    size_t size = buffer.size();
+    void* where = buffer.data();
+    const Lines lines = whileConnecting(
+        echoAddress,
+        [&] {
+            EXPECT_EQ(scripted.receive(nullptr, &size, &where, 0), 0x80040001U);
+        });
+    EXPECT_EQ(lines, Lines{"<3> [ERR] select failed"});
+}
+
+TEST_F(Transport, ReceivingIntoNoMemoryFails)
+{
+    size_t size = 4;
+    void* nowhere = nullptr;
+    const Lines lines = whileConnecting(
+        echoAddress,
+        [&]
+        {
+            EXPECT_EQ(send(0), 0U);
+            EXPECT_EQ(scripted.receive(nullptr, &size, &nowhere, 0),
+                      0x80040001U);
+        });
+    EXPECT_EQ(lines, Lines{"<3> [ERR] recv failed"});
+}
+
+TEST_F(Transport, AnErrorReplyFailsTheSend)
+{
+    const Lines lines = whileConnecting(failingAddress, []
+                                        { EXPECT_EQ(send(0), 0x80040000U); });
+    EXPECT_EQ(lines, Lines{"<3> [ERR] Tx/Rx SPDM msg failed. EID=10, "
+                           "xyz.openbmc_project.MCTP_PCIe"});
+}
+
+TEST_F(Transport, WithoutAConnectionTheSendFails)
+{
+    const Lines lines = whileConnecting(echoAddress,
+                                        []
+                                        {
+                                            const DbusConnPtr kept =
+                                                SpdmLib::connection;
+                                            SpdmLib::connection.reset();
+                                            EXPECT_EQ(send(0), 0x80040000U);
+                                            SpdmLib::connection = kept;
+                                        });
+    EXPECT_EQ(lines, Lines{});
+}
+
+TEST(SocketPath, IsNamedAfterTheExecutable)
+{
+    EXPECT_EQ(UdsSocket::pathFor("/usr/bin/zantric"), "/run/zantricSpdmSocket");
+    EXPECT_EQ(UdsSocket::pathFor("zantric"), "/run/zantricSpdmSocket");
+    EXPECT_EQ(UdsSocket::pathFor(""), "/run/SpdmSocket");
+    EXPECT_EQ(UdsSocket::pathFor("/"), "/run/SpdmSocket");
+    EXPECT_EQ(UdsSocket::pathFor(std::string(200, 'x')),
+              "/run/" + std::string(102, 'x'));
+}
+
+TEST(Socket, OpensOnceAndLeavesNothing)
+{
+    std::string path;
+    {
+        UdsSocket socket;
+        ASSERT_EQ(socket.init(), 0);
+        ASSERT_EQ(socket.init(), 0);
+        path = "/run/spdm_testSpdmSocket";
+        EXPECT_EQ(access(path.c_str(), F_OK), 0);
+    }
+    EXPECT_NE(access(path.c_str(), F_OK), 0);
+}
+
+TEST(Socket, TellsWhenItsFileIsGone)
+{
+    UdsSocket socket;
+    ASSERT_EQ(socket.init(), 0);
+    ASSERT_EQ(unlink("/run/spdm_testSpdmSocket"), 0);
+    EXPECT_EQ(journalOf([&] { socket.uninit(); }),
+              Lines{"<3> [ERR] Failed to unlink /run/spdm_testSpdmSocket"});
+    EXPECT_EQ(journalOf([&] { socket.uninit(); }), Lines{});
+}
+
+} // namespace
