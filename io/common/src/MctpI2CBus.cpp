@@ -76,6 +76,7 @@ std::vector<std::string> listServices(const DbusConnPtr& conn)
     std::vector<std::pair<std::string, std::vector<std::string>>> found;
     reply.read(found);
     std::vector<std::string> services;
+    services.reserve(found.size());
     for (auto& [service, held] : found)
     {
         services.push_back(std::move(service));
