@@ -1,12 +1,15 @@
 #include "model.hpp"
 
 #include "eventlog_model.hpp"
+#include "firmware_model.hpp"
 #include "mapper_model.hpp"
 #include "mctp_model.hpp"
 #include "pcie_model.hpp"
+#include "raid_model.hpp"
 #include "service.hpp"
 #include "smbus_model.hpp"
 #include "storage_model.hpp"
+#include "tty_log_model.hpp"
 
 #include <systemd/sd-bus.h>
 
@@ -31,12 +34,15 @@ const std::map<std::string, Maker>& makers()
 {
     static const std::map<std::string, Maker> table{
         {"eventlog", make<EventLogModel>},
+        {"firmware", make<FirmwareModel>},
         {"mapper", make<MapperModel>},
         {"mctp", make<MctpModel>},
         {"mctp-launcher", make<LauncherModel>},
         {"mctp-smbus", make<SmbusModel>},
         {"pcie", make<PcieModel>},
+        {"raid", make<RaidModel>},
         {"storage", make<StorageModel>},
+        {"ttylog", make<TtyLogModel>},
     };
     return table;
 }

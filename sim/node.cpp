@@ -87,7 +87,10 @@ std::string Node::text(const std::string& key, const std::string& absent) const
 
 uint64_t Node::number() const
 {
-    if (value->is_number_unsigned())
+    // A model's own numbers may be signed; a scenario's never are when they
+    // are not negative.
+    if (value->is_number_unsigned() ||
+        (value->is_number_integer() && value->get<int64_t>() >= 0))
     {
         return value->get<uint64_t>();
     }
@@ -136,7 +139,7 @@ void Node::eachItem(const std::function<void(const Node&)>& visit) const
     }
 }
 
-void Node::allowOnly(std::initializer_list<const char*> keys) const
+void Node::allowOnly(const std::vector<const char*>& keys) const
 {
     eachMember(
         [&](const std::string& key, const Node& member)

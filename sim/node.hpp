@@ -4,10 +4,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace sim
 {
@@ -61,7 +61,7 @@ class Node
 
     /** Complains about the first member that is not one of these: a mistyped
      *  word must not silently do nothing. */
-    void allowOnly(std::initializer_list<const char*> keys) const;
+    void allowOnly(const std::vector<const char*>& keys) const;
 
   private:
     void mustBe(bool fits, const char* kind) const;

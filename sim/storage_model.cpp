@@ -49,11 +49,15 @@ void join(Json& all, const Json& part)
 } // namespace
 
 StorageModel::StorageModel(World& worldIn, Service& serviceIn,
-                           const Node& config) :
+                           const Node& config,
+                           const std::vector<const char*>& extra) :
     Model(worldIn, serviceIn, config),
     controllers(readControllers(config.at("controllers")))
 {
-    config.allowOnly({"model", "path", "controllers", "addressless"});
+    std::vector<const char*> known{"model", "path", "controllers",
+                                   "addressless"};
+    known.insert(known.end(), extra.begin(), extra.end());
+    config.allowOnly(known);
     bool addressless = config.flag("addressless", false);
     for (const char* member : members)
     {

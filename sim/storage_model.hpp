@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <vector>
 
 namespace sim
 {
@@ -21,7 +22,9 @@ namespace sim
 class StorageModel : public Model
 {
   public:
-    StorageModel(World& world, Service& service, const Node& config);
+    /** extra: settings that a model built on this one reads. */
+    StorageModel(World& world, Service& service, const Node& config,
+                 const std::vector<const char*>& extra = {});
 
   protected:
     /** The document that answers a listing: all controllers for address 0. */
