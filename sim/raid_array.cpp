@@ -1,5 +1,6 @@
 #include "raid_array.hpp"
 
+#include "raid_items.hpp"
 #include "raid_levels.hpp"
 
 #include <algorithm>
@@ -12,69 +13,7 @@ namespace sim
 
 namespace
 {
-
 constexpr uint32_t firstVolume = 400;
-
-uint32_t idOf(const Json& item)
-{
-    return item.value("/Internal/ResourceId"_json_pointer, uint32_t{0});
-}
-
-uint32_t highestId(const Json& items, uint32_t lowest)
-{
-    for (const Json& item : items)
-    {
-        lowest = std::max(lowest, idOf(item));
-    }
-    return lowest;
-}
-
-std::vector<uint32_t> linked(const Json& item, const char* list)
-{
-    std::vector<uint32_t> ids;
-    if (item.contains("Links") && item["Links"].contains(list))
-    {
-        for (const Json& link : item["Links"][list])
-        {
-            ids.push_back(link.at("@odata.id").get<uint32_t>());
-        }
-    }
-    return ids;
-}
-
-Json links(const std::vector<uint32_t>& ids)
-{
-    Json list = Json::array();
-    for (uint32_t id : ids)
-    {
-        list.push_back({{"@odata.id", id}});
-    }
-    return list;
-}
-
-const char* cacheState(const std::string& writePolicy)
-{
-    return writePolicy.starts_with("Protected") ? "Protected" : "Unprotected";
-}
-
-/** Copies a text under its name in the listings, if the request has it. */
-void take(const Json& request, const char* from, Json& volume, const char* to)
-{
-    if (request.contains(from))
-    {
-        volume[to] = request[from].get<std::string>();
-    }
-}
-
-void takeSettings(const Json& request, Json& volume)
-{
-    take(request, "DisplayName", volume, "Name");
-    take(request, "ReadPolicy", volume, "ReadCachePolicy");
-    take(request, "WritePolicy", volume, "WriteCachePolicy");
-    volume["WriteCacheState"] =
-        cacheState(volume["WriteCachePolicy"].get<std::string>());
-}
-
 } // namespace
 
 RaidArray::RaidArray(Json& document) : controller(document)
@@ -179,39 +118,11 @@ Outcome RaidArray::add(const Json& request)
     {
         return Outcome::badRequest;
     }
-    uint32_t id = nextVolume++;
-    Json volume = {{"Name", "VD" + std::to_string(id)},
-                   {"RAIDType", level},
-                   {"CapacityBytes", wanted},
-                   {"StripSizeBytes", request.value("StripSizeBytes", 65536U)},
-                   {"ReadCachePolicy", "ReadAhead"},
-                   {"WriteCachePolicy", "WriteThrough"},
-                   {"WriteCacheState", ""},
-                   {"Links", {{"Drives", links(drives)}}},
-                   {"Internal", {{"ResourceId", id}}}};
-    if (!spares.empty())
-    {
-        volume["Links"]["DedicatedSpareDrives"] = links(spares);
-    }
-    takeSettings(request, volume);
-    addPool(volume);
+    Json volume = newVolume(nextVolume++, request, wanted);
+    Json& pools = controller["StoragePools"];
+    pools.push_back(newPool(highestId(pools, 0) + 1, volume));
     controller["Volumes"].push_back(std::move(volume));
     return Outcome::done;
-}
-
-void RaidArray::addPool(const Json& volume)
-{
-    Json& pools = controller["StoragePools"];
-    uint32_t id = highestId(pools, 0) + 1;
-    const Json& bytes = volume["CapacityBytes"];
-    pools.push_back(
-        {{"Name", "Pool " + std::to_string(id)},
-         {"SupportedRAIDTypes", Json::array({volume["RAIDType"]})},
-         {"Capacity",
-          {{"Data", {{"AllocatedBytes", bytes}, {"ConsumedBytes", bytes}}}}},
-         {"RemainingCapacityPercent", 0},
-         {"Links", {{"Drives", volume["Links"]["Drives"]}}},
-         {"Internal", {{"ResourceId", id}}}});
 }
 
 void RaidArray::dropEmptyPools()
@@ -339,17 +250,6 @@ void RaidArray::clear()
     controller["Volumes"] = Json::array();
     dropEmptyPools();
 }
-
-namespace
-{
-
-void count(Json& drive, const char* what)
-{
-    Json& counters = drive["Oem"]["Mervax"];
-    counters[what] = counters.value(what, uint64_t{0}) + 1;
-}
-
-} // namespace
 
 Outcome RaidArray::erase(uint32_t id)
 {

@@ -64,7 +64,6 @@ class RaidArray
     bool isLinked(uint32_t drive) const;
     uint64_t capacity(const std::string& level,
                       const std::vector<uint32_t>& ids) const;
-    void addPool(const Json& volume);
     void dropEmptyPools();
 
     Json& controller;
