@@ -164,11 +164,11 @@ def stop_process(process):
     process.wait()
 
 
-def start_bus():
-    """Starts the bus; returns when it listens."""
-    config = pathlib.Path("/run/dbus/simulator.conf")
+def start_bus_at(address, config):
+    """Starts a bus; returns when it listens."""
+    config = pathlib.Path(config)
     config.parent.mkdir(parents=True, exist_ok=True)
-    config.write_text(_BUS_CONFIG.format(address=BUS_ADDRESS))
+    config.write_text(_BUS_CONFIG.format(address=address))
     reader, writer = os.pipe()
     try:
         process = start_process(
@@ -182,10 +182,21 @@ def start_bus():
             raise Failure("dbus-daemon did not start.")
     finally:
         os.close(reader)
-    os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = BUS_ADDRESS
-    os.environ["DBUS_STARTER_BUS_TYPE"] = "system"
-    os.environ["DBUS_STARTER_ADDRESS"] = BUS_ADDRESS
     return process
+
+
+def start_bus():
+    """Starts the system bus; returns when it listens."""
+    process = start_bus_at(BUS_ADDRESS, "/run/dbus/simulator.conf")
+    os.environ.update(bus_environment(BUS_ADDRESS))
+    return process
+
+
+def bus_environment(address):
+    """What leads a program to a bus as its system bus."""
+    return {"DBUS_SYSTEM_BUS_ADDRESS": address,
+            "DBUS_STARTER_BUS_TYPE": "system",
+            "DBUS_STARTER_ADDRESS": address}
 
 
 def start_journal():
@@ -206,13 +217,13 @@ def start_journal():
                 return process
 
 
-def start_bmc(program, scenarios, log):
+def start_bmc(program, scenarios, log, bus=BUS_ADDRESS):
     """Starts the simulated BMC; returns when it owns all its names.
 
     Its complaint about a scenario becomes the Failure's text.
     """
     process = start_process(
-        [program, "--bus", BUS_ADDRESS, "--log", log, *scenarios], "bmcsim",
+        [program, "--bus", bus, "--log", log, *scenarios], "bmcsim",
         stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     try:
         _wait_readable(process.stdout, process, "bmcsim")

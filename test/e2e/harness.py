@@ -117,6 +117,20 @@ class Session:
                       _text(self._seen["err"] + err), self.process.returncode)
 
 
+class OwnBus:
+    """A bus that a case can do without."""
+
+    def __init__(self, folder):
+        self.address = f"unix:path={folder}/bus"
+        self.environment = sim_env.bus_environment(self.address)
+        self._daemon = sim_env.start_bus_at(self.address,
+                                            f"{folder}/bus.conf")
+
+    def kill(self):
+        self._daemon.kill()
+        self._daemon.wait()
+
+
 class Bmc:
     """A simulated BMC for one case, and the runs of the program on it."""
 
@@ -127,13 +141,13 @@ class Bmc:
         self.simulator = None
         self.sessions = []
 
-    def start(self, scenario):
+    def start(self, scenario, bus=sim_env.BUS_ADDRESS):
         """Plays a scenario (a document) until the case ends."""
         assert self.simulator is None
         file = self.folder / "scenario.json"
         file.write_text(json.dumps(scenario))
         self.simulator = sim_env.start_bmc(os.environ["BMCSIM"], [str(file)],
-                                           str(self.log))
+                                           str(self.log), bus)
         return self
 
     def spawn(self, *arguments, env=None, cwd=None, program=None):
