@@ -1,0 +1,6 @@
+// What nearly every test reads, compiled once.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
