@@ -2,9 +2,10 @@
 
 #include "bus_error.hpp"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 namespace sim
 {

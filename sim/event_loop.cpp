@@ -2,10 +2,11 @@
 
 #include "bus_error.hpp"
 
-#include <signal.h>
 #include <systemd/sd-event.h>
-#include <time.h>
 
+#include <csignal>
+#include <ctime>
+#include <iterator>
 #include <utility>
 
 namespace sim

@@ -43,7 +43,8 @@ void addParents(Holdings& holdings)
     std::set<std::string> parents{"/"};
     for (const auto& [path, services] : holdings)
     {
-        for (std::string above = path; above != "/";)
+        std::string above = path;
+        while (above != "/")
         {
             above = parentOf(above);
             parents.insert(above);

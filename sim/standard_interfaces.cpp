@@ -70,15 +70,16 @@ std::string interfaceXml(const std::string& name, const Interface& interface)
     std::string xml = " <interface name=\"" + name + "\">\n";
     for (const auto& [member, overloads] : interface.methods)
     {
-        xml += "  <method name=\"" + member + "\">\n" +
-               argumentXml(overloads.front().in) + "  </method>\n";
+        xml.append("  <method name=\"").append(member).append("\">\n");
+        xml += argumentXml(overloads.front().in);
+        xml += "  </method>\n";
     }
     for (const auto& [member, property] : interface.properties)
     {
-        std::string type =
-            property.signature.empty() ? "v" : property.signature;
-        xml += "  <property name=\"" + member + "\" type=\"" + type +
-               "\" access=\"read\"/>\n";
+        const std::string& type = property.signature;
+        xml.append("  <property name=\"").append(member);
+        xml.append("\" type=\"").append(type.empty() ? "v" : type);
+        xml += "\" access=\"read\"/>\n";
     }
     return xml + " </interface>\n";
 }
