@@ -21,17 +21,24 @@ constexpr uint64_t stride = 5;
 /** More than any percentage: never. */
 constexpr uint64_t never = 1000;
 
+/** A record whose percentage is none. */
+std::string recordWith(const Json& progress)
+{
+    return Json{{"ErrorCode", 0},
+                {"Progress", progress},
+                {"CompletedDeviceCount", 1},
+                {"TotalDeviceCount", 2},
+                {"ElapsedSeconds", 0},
+                {"EstimatedRemainingSeconds", 0}}
+        .dump();
+}
+
 /** What a reader of progress records must survive. */
-const std::vector<std::string> nonsense{
-    "",
-    "{",
-    "7",
-    R"({"ErrorCode":0})",
-    R"({"ErrorCode":0,"Progress":"100","CompletedDeviceCount":1,)"
-    R"("TotalDeviceCount":2,"ElapsedSeconds":0,"EstimatedRemainingSeconds":0})",
-    R"({"ErrorCode":0,"Progress":-1,"CompletedDeviceCount":1,)"
-    R"("TotalDeviceCount":2,"ElapsedSeconds":0,"EstimatedRemainingSeconds":0})",
-};
+std::vector<std::string> nonsense()
+{
+    return {
+        "", "{", "7", R"({"ErrorCode":0})", recordWith("100"), recordWith(-1)};
+}
 
 std::string versionOf(const std::string& file)
 {
@@ -130,6 +137,18 @@ Signal FirmwareModel::signal(std::string text, milliseconds delay) const
     return signal;
 }
 
+void FirmwareModel::addNonsense(Reply& reply, milliseconds delay) const
+{
+    if (!malformed)
+    {
+        return;
+    }
+    for (const std::string& text : nonsense())
+    {
+        reply.after.push_back(signal(text, delay));
+    }
+}
+
 Reply FirmwareModel::update(const std::string& file, const std::string& part)
 {
     size_t total = countDevices(part);
@@ -141,11 +160,7 @@ Reply FirmwareModel::update(const std::string& file, const std::string& part)
     for (const Step& step : steps())
     {
         milliseconds delay = duration * static_cast<int>(step.percent) / 100;
-        for (const std::string& text :
-             malformed ? nonsense : std::vector<std::string>())
-        {
-            reply.after.push_back(signal(text, delay));
-        }
+        addNonsense(reply, delay);
         bool first = beforeReply && step.percent == 0;
         (first ? reply.before : reply.after)
             .push_back(signal(record(step, total).dump(), delay));

@@ -42,6 +42,7 @@ class FirmwareModel : public Model
     std::vector<Step> steps() const;
     Json record(const Step& step, size_t devices) const;
     Signal signal(std::string text, std::chrono::milliseconds delay) const;
+    void addNonsense(Reply& reply, std::chrono::milliseconds delay) const;
     void install(const std::string& part, const std::string& version);
 
     Json devices;

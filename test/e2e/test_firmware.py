@@ -390,6 +390,16 @@ def test_the_simulated_service_ends_otherwise(bmc, settings, last, status):
     assert (result.out.split("\n")[-2], result.status) == (last, status)
 
 
+def test_the_simulated_service_talks_nonsense(bmc):
+    """Each piece of it is told; the update goes on."""
+    result = simulated_update(bmc, malformed=True)
+    told = [line for line in result.out.split("\n")
+            if "F/W update callback: " in line or "has no" in line]
+    # Six pieces before each of the twenty-one reports, each told in a line.
+    assert len(told) == 6 * 21
+    assert result.status == 0
+
+
 def test_the_simulated_service_refuses(bmc):
     """A file that is not there, and a part that it does not have."""
     bmc.start(simulated())
