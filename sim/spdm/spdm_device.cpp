@@ -26,7 +26,8 @@ constexpr uint32_t longestMessage = 1U << 20;
 
 bool readAll(void* to, size_t size)
 {
-    return std::fread(to, 1, size, stdin) == size;
+    // An empty message has no memory that could be handed over.
+    return size == 0 || std::fread(to, 1, size, stdin) == size;
 }
 
 bool readMessage(Bytes& message)
@@ -54,7 +55,7 @@ bool writeMessage(const std::optional<Bytes>& message)
         static_cast<uint8_t>(size >> 16), static_cast<uint8_t>(size >> 24)};
     bool written =
         std::fwrite(prefix.data(), 1, prefix.size(), stdout) == prefix.size();
-    if (message)
+    if (message && !message->empty())
     {
         written = std::fwrite(message->data(), 1, message->size(), stdout) ==
                       message->size() &&
