@@ -17,12 +17,11 @@ static int callOnce(sd_bus* bus, char** words, int takesArgument)
     const char* text = "";
     const uint32_t argument =
         takesArgument ? (uint32_t)strtoul(words[5], NULL, 16) : 0;
-    const int rc =
-        takesArgument
-            ? sd_bus_call_method(bus, words[0], words[1], words[2], words[3],
-                                 NULL, &reply, "u", argument)
-            : sd_bus_call_method(bus, words[0], words[1], words[2], words[3],
-                                 NULL, &reply, "");
+    const int rc = takesArgument
+                     ? sd_bus_call_method(bus, words[0], words[1], words[2],
+                                          words[3], NULL, &reply, "u", argument)
+                     : sd_bus_call_method(bus, words[0], words[1], words[2],
+                                          words[3], NULL, &reply, "");
     if (rc >= 0 && sd_bus_message_read(reply, "s", &text) >= 0)
     {
         fputs(text, stdout);

@@ -1,4 +1,5 @@
 // What nearly every source of the simulator reads, compiled once.
+
 #include <systemd/sd-bus.h>
 
 #include <nlohmann/json.hpp>

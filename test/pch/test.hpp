@@ -1,5 +1,7 @@
 // What nearly every test reads, compiled once.
+
 #include <gtest/gtest.h>
+
 #include <nlohmann/json.hpp>
 
 #include <string>
