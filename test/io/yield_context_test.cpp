@@ -1,3 +1,5 @@
+#define BOOST_ALLOW_DEPRECATED_HEADERS // what Boost's coroutines include
+
 // Boost's own declaration must agree with the tool's short one: this file
 // compiles only if it does.
 #include "io/common/src/YieldContext.hpp"

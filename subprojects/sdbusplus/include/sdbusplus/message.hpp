@@ -54,7 +54,7 @@ class message
     {
     }
 
-    message& operator=(const message& other) // NOLINT(cert-oop54-cpp)
+    message& operator=(const message& other)
     {
         msg.reset(sd_bus_message_ref(other.msg.get()));
         return *this;
