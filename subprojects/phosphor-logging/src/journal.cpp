@@ -20,12 +20,13 @@ namespace
 
 using namespace std::string_literals;
 
-void replaceFirst(std::string& text, const std::string& what,
-                  const std::string& by)
+void fillIn(std::string& text, const std::string& name,
+            const std::string& value)
 {
-    if (const auto at = text.find(what); at != std::string::npos)
+    const std::string placeholder = '{' + name + '}';
+    if (const auto at = text.find(placeholder); at != std::string::npos)
     {
-        text.replace(at, what.size(), by);
+        text.replace(at, placeholder.size(), value);
     }
 }
 
@@ -68,8 +69,8 @@ void do_log(level severity, const std::source_location& where,
     {
         const std::string name(f.name);
         const std::string value = valueText(f);
-        replaceFirst(message, '{' + name + '}', value);
-        entries.push_back(name + '=' + value);
+        fillIn(message, name, value);
+        entries.emplace_back(name).append("=").append(value);
     }
     entries.front() = "MESSAGE=" + message;
 

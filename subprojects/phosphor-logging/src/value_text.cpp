@@ -14,19 +14,19 @@ namespace
 /** Bits of the field; 0 where no width was asked for. */
 std::size_t widthOf(uint64_t flags)
 {
-    if ((flags & field8.value) != 0)
+    if ((flags & bits(field8)) != 0)
     {
         return 8;
     }
-    if ((flags & field16.value) != 0)
+    if ((flags & bits(field16)) != 0)
     {
         return 16;
     }
-    if ((flags & field32.value) != 0)
+    if ((flags & bits(field32)) != 0)
     {
         return 32;
     }
-    return (flags & field64.value) != 0 ? 64 : 0;
+    return (flags & bits(field64)) != 0 ? 64 : 0;
 }
 
 /** Digits of a base of 2^bitsPerDigit, with no leading zeros but those that
@@ -62,11 +62,11 @@ std::string hexText(uint64_t flags, uint64_t value)
 
 std::string textFor(uint64_t flags, uint64_t value)
 {
-    if ((flags & bin.value) != 0)
+    if ((flags & bits(bin)) != 0)
     {
         return binaryText(flags, value);
     }
-    if ((flags & hex.value) != 0)
+    if ((flags & bits(hex)) != 0)
     {
         return hexText(flags, value);
     }
@@ -76,7 +76,7 @@ std::string textFor(uint64_t flags, uint64_t value)
 /** Other bases show the two's complement in 64 bits. */
 std::string textFor(uint64_t flags, int64_t value)
 {
-    if ((flags & (bin | hex).value) != 0)
+    if ((flags & bits(bin | hex)) != 0)
     {
         return textFor(flags, std::bit_cast<uint64_t>(value));
     }

@@ -14,7 +14,7 @@
 namespace
 {
 
-enum class Colour
+enum class Colour : uint8_t
 {
     red,
 };
@@ -30,7 +30,7 @@ std::string logged(Ts&&... ts)
     Journal journal;
     lg2::info("{V}", "V", std::forward<Ts>(ts)...);
     const Fields record = journal.take();
-    const std::string value = valueOf(record, "V");
+    std::string value = valueOf(record, "V");
     EXPECT_EQ(valueOf(record, "MESSAGE"), value);
     return value;
 }

@@ -85,7 +85,8 @@ TEST(SdBusError, MovesByConstruction)
                             "Invalid argument");
     EXPECT_EQ(to.get_errno(), EINVAL);
     // Nothing of it is left behind to be freed twice.
-    EXPECT_EQ(from.name(), nullptr); // NOLINT(bugprone-use-after-move)
+    // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+    EXPECT_EQ(from.name(), nullptr);
 }
 
 TEST(SdBusError, MovesByAssignment)

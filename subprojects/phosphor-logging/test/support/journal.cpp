@@ -100,6 +100,7 @@ void enterPrivateRun()
 Journal::Journal() :
     socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
 {
+    mustWork(socket >= 0, "socket");
     const auto address = journalAddress();
     mustWork(bind(socket, reinterpret_cast<const sockaddr*>(&address),
                   sizeof(address)) == 0,

@@ -56,7 +56,8 @@ class message
 
     message& operator=(const message& other)
     {
-        msg.reset(sd_bus_message_ref(other.msg.get()));
+        message copy(other);
+        msg.swap(copy.msg);
         return *this;
     }
 
@@ -80,7 +81,7 @@ class message
     }
 
     /** Write the values to the end of the message. Never throws: what sd-bus
-     *  refuses is missing from the message. */
+     *  refuses is missing, and so is all that follows. */
     template <typename... Args>
     void append(Args&&... args)
     {

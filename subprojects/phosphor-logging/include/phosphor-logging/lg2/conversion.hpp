@@ -54,9 +54,9 @@ template <typename T>
 concept text_value = string_value<T> || exception_value<T> ||
     wrapped_string<T> || has_to_string<T>;
 
-inline constexpr uint64_t baseFlags = (bin | dec | hex).value;
+inline constexpr uint64_t baseFlags = bits(bin | dec | hex);
 inline constexpr uint64_t widthFlags =
-    (field8 | field16 | field32 | field64).value;
+    bits(field8 | field16 | field32 | field64);
 
 /** The flags that a value of this type may carry; 0 for a type that cannot be
  *  logged. */
@@ -65,23 +65,23 @@ consteval uint64_t allowedFlags()
 {
     if constexpr (std::same_as<T, bool> || text_value<T>)
     {
-        return str.value;
+        return bits(str);
     }
     else if constexpr (std::unsigned_integral<T>)
     {
-        return baseFlags | widthFlags | unsigned_val.value;
+        return baseFlags | widthFlags | bits(unsigned_val);
     }
     else if constexpr (std::signed_integral<T>)
     {
-        return baseFlags | widthFlags | signed_val.value;
+        return baseFlags | widthFlags | bits(signed_val);
     }
     else if constexpr (std::floating_point<T>)
     {
-        return floating.value;
+        return bits(floating);
     }
     else if constexpr (pointer_value<T>)
     {
-        return (hex | unsigned_val).value;
+        return bits(hex | unsigned_val);
     }
     else
     {
@@ -174,7 +174,7 @@ auto convert(const T& value)
 template <typename T>
 inline constexpr uint64_t ownFlags =
     pointer_value<T>
-        ? (hex.value | (sizeof(void*) == 4 ? field32.value : field64.value))
+        ? (bits(hex) | (sizeof(void*) == 4 ? bits(field32) : bits(field64)))
         : 0;
 
 } // namespace lg2::details

@@ -13,13 +13,18 @@ namespace details
 template <uint64_t Bits>
 struct log_flag
 {
-    static constexpr uint64_t value = Bits;
 };
 
 template <uint64_t A, uint64_t B>
 constexpr log_flag<A | B> operator|(log_flag<A>, log_flag<B>)
 {
     return {};
+}
+
+template <uint64_t Bits>
+constexpr uint64_t bits(log_flag<Bits> /*flags*/)
+{
+    return Bits;
 }
 
 } // namespace details

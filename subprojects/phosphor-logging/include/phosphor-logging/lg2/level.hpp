@@ -6,6 +6,8 @@ namespace lg2
 {
 
 /** The journal's PRIORITY values (syslog.h). */
+// An int, as callers of the real library know it.
+// NOLINTNEXTLINE(performance-enum-size)
 enum class level
 {
     emergency = LOG_EMERG,

@@ -13,9 +13,10 @@
 
 /** Writing C++ values into a message.
  *
- *  Nothing here fails: a value that sd-bus refuses (an object path that is
- *  none, text that is not UTF-8) is missing from the message, and it is the
- *  peer that notices. */
+ *  Nothing here fails: what sd-bus refuses, such as an object path that is
+ * none, is missing from the message together with all that follows. Text that
+ * is not UTF-8 is not refused, and the bus daemon ends the connection for it.
+ * Check what comes from outside first. */
 namespace sdbusplus::message::details
 {
 
@@ -78,10 +79,14 @@ void appendVariant(sd_bus_message* m, const T& value)
 template <typename T>
 void appendComposite(sd_bus_message* m, const T& value)
 {
-    constexpr char type = Pair<T> ? SD_BUS_TYPE_DICT_ENTRY : SD_BUS_TYPE_STRUCT;
-    std::apply([m](const auto&... args)
-               { appendInside(m, type, contentsOf<T>.text, args...); },
-               value);
+    std::apply(
+        [m](const auto&... args)
+        {
+            constexpr char type =
+                Pair<T> ? SD_BUS_TYPE_DICT_ENTRY : SD_BUS_TYPE_STRUCT;
+            appendInside(m, type, contentsOf<T>.text, args...);
+        },
+        value);
 }
 
 template <typename T>

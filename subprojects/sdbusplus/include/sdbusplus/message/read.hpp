@@ -72,7 +72,7 @@ template <typename T>
 void readText(sd_bus_message* m, T& value)
 {
     const char* text = nullptr;
-    check(sd_bus_message_read_basic(m, basicType<T>, &text),
+    check(sd_bus_message_read_basic(m, basicType<T>, static_cast<void*>(&text)),
           "sd_bus_message_read_basic string");
     value = T(text);
 }
@@ -168,7 +168,7 @@ bool readAlternative(sd_bus_message* m, T& value)
           "sd_bus_message_enter_container variant");
     Item item{};
     readItem(m, item);
-    value = std::move(item);
+    value.template emplace<Item>(std::move(item));
     check(sd_bus_message_exit_container(m),
           "sd_bus_message_exit_container variant");
     return true;
@@ -182,7 +182,7 @@ void readVariant(sd_bus_message* m, std::variant<Items...>& value)
     if (!(... || readAlternative<Items>(m, value)))
     {
         check(sd_bus_message_skip(m, "v"), "sd_bus_message_skip variant");
-        value = std::variant<Items...>{};
+        value.template emplace<0>();
     }
 }
 
@@ -219,7 +219,8 @@ void readItem(sd_bus_message* m, T& value)
     }
     else if constexpr (Trivial<T> || std::same_as<T, const char*>)
     {
-        check(sd_bus_message_read_basic(m, basicType<T>, &value),
+        check(sd_bus_message_read_basic(m, basicType<T>,
+                                        static_cast<void*>(&value)),
               "sd_bus_message_read_basic fundamental");
     }
     else if constexpr (basicType<T> != '\0')
