@@ -6,7 +6,6 @@
 
 #include <csignal>
 #include <ctime>
-#include <iterator>
 #include <utility>
 
 namespace sim
@@ -33,40 +32,48 @@ EventLoop::EventLoop()
     check(sd_event_new(&event), "event loop");
     endOn(event, SIGTERM);
     endOn(event, SIGINT);
+    // The default accuracy of 250 ms would blur every order; 1 us is exact.
+    check(sd_event_add_time(event, &alarm, CLOCK_MONOTONIC, 0, 1, ring, this),
+          "timer");
+    check(sd_event_source_set_enabled(alarm, SD_EVENT_OFF), "timer");
 }
 
 EventLoop::~EventLoop()
 {
-    for (Timer& timer : timers)
-    {
-        sd_event_source_disable_unref(timer.source);
-    }
+    sd_event_source_disable_unref(alarm);
     sd_event_unref(event);
 }
 
 void EventLoop::after(std::chrono::milliseconds delay,
                       std::function<void()> action)
 {
-    Timer& timer = timers.emplace_back();
-    timer.loop = this;
-    timer.action = std::move(action);
-    timer.self = std::prev(timers.end());
-    auto microseconds =
-        std::chrono::duration_cast<std::chrono::microseconds>(delay).count();
-    // The default accuracy of 250 ms would blur every order; 1 us is exact.
-    check(sd_event_add_time_relative(event, &timer.source, CLOCK_MONOTONIC,
-                                     static_cast<uint64_t>(microseconds), 1,
-                                     fire, &timer),
-          "timer");
+    actions.emplace(Clock::now() + delay, std::move(action));
+    setAlarm();
 }
 
-int EventLoop::fire(sd_event_source* source, uint64_t /*now*/, void* data)
+void EventLoop::setAlarm()
 {
-    auto* timer = static_cast<Timer*>(data);
-    std::function<void()> action = std::move(timer->action);
-    timer->loop->timers.erase(timer->self);
-    sd_event_source_disable_unref(source);
-    action();
+    if (actions.empty())
+    {
+        return;
+    }
+    auto due = std::chrono::duration_cast<std::chrono::microseconds>(
+        actions.begin()->first.time_since_epoch());
+    check(sd_event_source_set_time(alarm, static_cast<uint64_t>(due.count())),
+          "timer");
+    check(sd_event_source_set_enabled(alarm, SD_EVENT_ONESHOT), "timer");
+}
+
+int EventLoop::ring(sd_event_source* /*source*/, uint64_t /*now*/, void* data)
+{
+    auto& loop = *static_cast<EventLoop*>(data);
+    const Clock::time_point now = Clock::now();
+    while (!loop.actions.empty() && loop.actions.begin()->first <= now)
+    {
+        auto next = loop.actions.extract(loop.actions.begin());
+        next.mapped()();
+    }
+    loop.setAlarm();
     return 0;
 }
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <list>
+#include <map>
 
 struct sd_event;
 struct sd_event_source;
@@ -21,7 +21,8 @@ class EventLoop
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
 
-    /** Runs the action once, from the loop, also for a delay of 0. */
+    /** Runs the action once, from the loop, also for a delay of 0. Actions
+     *  with the same delay run in the order in which they were asked for. */
     void after(std::chrono::milliseconds delay, std::function<void()> action);
     void run();
 
@@ -31,18 +32,15 @@ class EventLoop
     }
 
   private:
-    struct Timer
-    {
-        EventLoop* loop = nullptr;
-        sd_event_source* source = nullptr;
-        std::function<void()> action;
-        std::list<Timer>::iterator self;
-    };
+    using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC
 
-    static int fire(sd_event_source* source, uint64_t now, void* data);
+    static int ring(sd_event_source* source, uint64_t now, void* data);
+    void setAlarm();
 
     sd_event* event = nullptr;
-    std::list<Timer> timers;
+    sd_event_source* alarm = nullptr;
+    // One timer for all: sd-event gives timers that are due together no order.
+    std::multimap<Clock::time_point, std::function<void()>> actions;
 };
 
 } // namespace sim

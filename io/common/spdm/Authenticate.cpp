@@ -102,8 +102,10 @@ uint16_t readSlotInfo(void* context, uint8_t slot)
 
 } // namespace
 
+// NOLINTBEGIN(performance-unnecessary-value-param): as it is declared
 libspdm_return_t SpdmLib::authenticateTarget(uint32_t address,
                                              std::string rootCertDir)
+// NOLINTEND(performance-unnecessary-value-param)
 {
     if (context == nullptr || connection == nullptr)
     {
