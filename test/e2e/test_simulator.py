@@ -127,7 +127,8 @@ def test_a_service_may_die_after_its_reply(bmc):
     bmc.start(scripted("Last", {"out": "i", "return": [1],
                                 "die_after_ms": 0}))
     assert answer(bmc, "Last") == [1]
-    assert "was not provided" in ask(bmc, "Last").err
+    # On a busy machine the next caller may come in before it is gone.
+    assert any("was not provided" in ask(bmc, "Last").err for _ in range(50))
 
 
 def test_signals_before_and_after_the_reply(bmc):
