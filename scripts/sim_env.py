@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """The private world of the simulator: mounts, a message bus, a journal.
 
-scripts/sim runs a command in it; the end-to-end tests import it. Everything
-it makes lives in a mount namespace of the calling process and on memory file
+scripts/sim_run.py runs a command in it; the end-to-end tests import it.
+Everything it makes lives in a mount namespace of the calling process and on memory file
 systems in it, so that nothing of it can be left behind.
 """
 
@@ -13,7 +13,6 @@ import select
 import signal
 import socket
 import subprocess
-import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PRIVATE = ("/run", "/tmp", "/pstorage", "/sys/bus")
@@ -30,8 +29,10 @@ _MS_BIND = 0x1000
 _MS_REC = 0x4000
 _MS_PRIVATE = 1 << 18
 _PR_SET_PDEATHSIG = 1
-_PR_SET_CHILD_SUBREAPER = 36
 
+# As strict as a distribution's system bus: nobody may call anything but what
+# a policy file allows. The tool's own policy is loaded as it is shipped;
+# the rest is for the simulated services and for looking around with busctl.
 _BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC
  "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -41,11 +42,25 @@ _BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow user="*"/>
-    <allow own="*"/>
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow send_type="method_call"/>
-    <allow eavesdrop="true"/>
+    <deny own="*"/>
+    <deny send_type="method_call"/>
+    <allow send_type="signal"/>
+    <allow send_requested_reply="true" send_type="method_return"/>
+    <allow send_requested_reply="true" send_type="error"/>
+    <allow receive_type="method_call"/>
+    <allow receive_type="method_return"/>
+    <allow receive_type="error"/>
+    <allow receive_type="signal"/>
+    <allow send_destination="org.freedesktop.DBus"
+           send_interface="org.freedesktop.DBus"/>
   </policy>
+  <policy user="root">
+    <allow own="*"/>
+    <allow send_interface="org.freedesktop.DBus.Introspectable"/>
+    <allow send_interface="org.freedesktop.DBus.Monitoring"/>
+    <allow send_interface="org.freedesktop.DBus.Peer"/>
+  </policy>
+  <include>{policy}</include>
 </busconfig>
 """
 
@@ -168,7 +183,8 @@ def start_bus_at(address, config):
     """Starts a bus; returns when it listens."""
     config = pathlib.Path(config)
     config.parent.mkdir(parents=True, exist_ok=True)
-    config.write_text(_BUS_CONFIG.format(address=address))
+    config.write_text(_BUS_CONFIG.format(
+        address=address, policy=ROOT / "packaging/dbus/zantric.conf"))
     reader, writer = os.pipe()
     try:
         process = start_process(
@@ -235,111 +251,3 @@ def start_bmc(program, scenarios, log, bus=BUS_ADDRESS):
         stop_process(process)
         raise Failure(process.stderr.read().decode().strip())
     return process
-
-
-def _descendants():
-    found = pathlib.Path(f"/proc/self/task/{os.getpid()}/children")
-    return [int(word) for word in found.read_text().split()]
-
-
-def _end_descendants():
-    """Ends whatever the command left running: as the reaper of orphans this
-    process is the parent of all of it."""
-    while children := _descendants():
-        for child in children:
-            try:
-                os.kill(child, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
-        for child in children:
-            try:
-                os.waitpid(child, 0)
-            except ChildProcessError:
-                pass
-
-
-class Interrupted(Exception):
-    """A signal asks the simulator to end."""
-
-    def __init__(self, number):
-        super().__init__(number)
-        self.number = number
-
-
-def _interrupt(number, _frame):
-    raise Interrupted(number)
-
-
-def _ignore_interrupts():
-    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, signal.SIG_IGN)
-
-
-def _run(command):
-    """Runs the command in the foreground; its status as a shell shows it."""
-    try:
-        process = subprocess.Popen(command, close_fds=False)
-    except OSError as error:
-        raise Failure(f"{command[0]}: {error.strerror}.") from error
-    try:
-        status = process.wait()
-    except Interrupted as interrupted:
-        status = _end_command(process, interrupted.number)
-    return 128 - status if status < 0 else status
-
-
-def _end_command(process, number):
-    """Hands a signal on to the command and waits a moment for its end."""
-    _ignore_interrupts()
-    process.send_signal(number)
-    try:
-        process.wait(END_SECONDS)
-    except subprocess.TimeoutExpired:
-        process.kill()
-        process.wait()
-    return -number
-
-
-def _command(words):
-    """The command, or an interactive shell that says where it is."""
-    if words:
-        return words
-    os.environ["PS1"] = "(simulator) \\w # "
-    return ["bash", "--norc", "-i"]
-
-
-def main(words):
-    """Runs the words as a command in the simulator; the exit status."""
-    build = pathlib.Path(os.environ.get("BUILD") or ROOT / "build").resolve()
-    scenario = pathlib.Path(os.environ.get("SIM_SCENARIO") or
-                            ROOT / "sim/scenarios/default.json").resolve()
-    program = build / "sim/bmcsim"
-    if not os.access(program, os.X_OK):
-        raise Failure(f"There is no {program}: build first, or say where the "
-                      "build is with BUILD.")
-    if not scenario.is_file():
-        raise Failure(f"There is no scenario {scenario}.")
-    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, _interrupt)
-    _LIBC.prctl(_PR_SET_CHILD_SUBREAPER, 1)
-    try:
-        enter([ROOT, build, scenario.parent])
-        start_bus()
-        start_journal()
-        start_bmc(str(program), [str(scenario)], "/run/bmcsim.log")
-        os.environ["PATH"] = f"{build}/tool:{os.environ['PATH']}"
-        os.environ["SIM_LOG"] = "/run/bmcsim.log"
-        return _run(_command(words))
-    except Interrupted as interrupted:
-        return 128 + interrupted.number
-    finally:
-        _ignore_interrupts()
-        _end_descendants()
-
-
-if __name__ == "__main__":
-    try:
-        sys.exit(main(sys.argv[1:]))
-    except Failure as failure:
-        print(f"sim: {failure}", file=sys.stderr)
-        sys.exit(1)

@@ -71,7 +71,8 @@ def test_every_call_is_logged_with_its_arguments(bmc):
 @pytest.mark.parametrize("name, path, interface, member, text", [
     ("com.mervax.lsa", PATH, FACE, "A", "The name com.mervax.lsa was not "),
     (NAME, "/no", FACE, "A", "Unknown object '/no'."),
-    (NAME, PATH, "no.Face", "A", "Unknown interface 'no.Face'."),
+    (NAME, PATH, "com.mervax.Firmware.Device.Updater", "A",
+     "Unknown interface 'com.mervax.Firmware.Device.Updater'."),
     (NAME, PATH, FACE, "B", "Unknown method 'B'."),
 ])
 def test_what_is_not_there_is_refused(bmc, name, path, interface, member,
