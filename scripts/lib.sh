@@ -8,6 +8,7 @@ packages=(
     clang-format
     dbus
     g++
+    groff-base
     libboost-dev
     libgtest-dev
     libssl-dev

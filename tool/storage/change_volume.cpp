@@ -117,8 +117,7 @@ bool createOrEditVolume(const DbusConnPtr& bus, const Options& options,
     }
     catch (const std::exception& failure)
     {
-        io::out::print("%s exception: %s\n", "createOrEditVolume",
-                       failure.what());
+        io::out::line({"createOrEditVolume exception: ", failure.what()});
     }
     return false;
 }

@@ -58,7 +58,7 @@ bool driveAction(const DbusConnPtr& bus, const Options& options)
     }
     catch (const std::exception& failure)
     {
-        io::out::print("%s exception: %s\n", "driveAction", failure.what());
+        io::out::line({"driveAction exception: ", failure.what()});
         return false;
     }
 }

@@ -128,8 +128,7 @@ bool listDeviceTargets(const DbusConnPtr& bus, const Options& options,
     }
     catch (const std::exception& failure)
     {
-        io::out::print("%s exception: %s\n", "listDeviceTargets",
-                       failure.what());
+        io::out::line({"listDeviceTargets exception: ", failure.what()});
         return false;
     }
 }

@@ -58,7 +58,7 @@ bool deleteVolume(const DbusConnPtr& bus, const Options& options)
     }
     catch (const std::exception& failure)
     {
-        io::out::print("%s exception: %s\n", "deleteVolume", failure.what());
+        io::out::line({"deleteVolume exception: ", failure.what()});
         return false;
     }
 }
@@ -82,7 +82,7 @@ bool clearConfig(const DbusConnPtr& bus, const Options& options)
     }
     catch (const std::exception& failure)
     {
-        io::out::print("%s exception: %s\n", "clearConfig", failure.what());
+        io::out::line({"clearConfig exception: ", failure.what()});
         return false;
     }
 }

@@ -32,7 +32,7 @@ bool showDeviceInfo(const DbusConnPtr& bus, const Options& options)
     }
     catch (const std::exception& failure)
     {
-        io::out::print("%s: %s, device 0x%x; exception: %s\n", "showDeviceInfo",
+        io::out::print("showDeviceInfo: %s, device 0x%x; exception: %s\n",
                        service, options.address, failure.what());
         return false;
     }
