@@ -1,5 +1,8 @@
 #include "mctp_devices.hpp"
 
+#include "device_program.hpp"
+#include "spdm/device.hpp"
+
 #include <exception>
 #include <utility>
 
@@ -20,20 +23,43 @@ std::shared_ptr<spdm::KeyStore> keyStoreIn(const std::string& folder)
     return store;
 }
 
-std::unique_ptr<spdm::Device> makeDevice(const Node& config,
-                                         spdm::KeyStore& keys)
+/** A device in this process. */
+class InnerDevice : public MctpDevice
 {
-    try
+  public:
+    InnerDevice(spdm::DeviceConfig config, spdm::KeyStore& keys) :
+        device(std::move(config), keys)
     {
-        // Members in any order, unlike the scenario's.
-        const auto json = nlohmann::json::parse(config.json().dump());
-        return std::make_unique<spdm::Device>(spdm::parseDeviceConfig(json),
-                                              keys);
     }
-    catch (const std::exception& failure)
+
+    Answer answer(const spdm::Bytes& request,
+                  std::chrono::milliseconds /*patience*/) override
     {
-        config.fail(failure.what());
+        std::optional<spdm::Bytes> message = device.handle(request);
+        return {std::move(message), device.delay()};
     }
+
+  private:
+    spdm::Device device;
+};
+
+std::unique_ptr<MctpDevice> innerDevice(const Node& config,
+                                        spdm::KeyStore& keys)
+{
+    // Members in any order, unlike the scenario's.
+    const auto json = nlohmann::json::parse(config.json().dump());
+    return std::make_unique<InnerDevice>(spdm::parseDeviceConfig(json), keys);
+}
+
+std::unique_ptr<MctpDevice> programOf(const Node& config)
+{
+    std::vector<std::string> words;
+    config.eachItem([&](const Node& word) { words.push_back(word.text()); });
+    if (words.empty())
+    {
+        config.fail("names no program");
+    }
+    return std::make_unique<DeviceProgram>(words);
 }
 
 Reply noResponse()
@@ -70,7 +96,20 @@ spdm::KeyStore& MctpDevices::keyStore()
 
 void MctpDevices::add(uint8_t eid, const Node& config)
 {
-    devices[eid] = makeDevice(config, keyStore());
+    try
+    {
+        devices[eid] = config.json().is_array()
+                         ? programOf(config)
+                         : innerDevice(config, keyStore());
+    }
+    catch (const ScenarioError&)
+    {
+        throw;
+    }
+    catch (const std::exception& failure)
+    {
+        config.fail(failure.what());
+    }
 }
 
 Reply MctpDevices::exchange(const Call& call)
@@ -80,17 +119,17 @@ Reply MctpDevices::exchange(const Call& call)
     {
         return noResponse();
     }
-    spdm::Device& device = *found->second;
-    const spdm::Bytes request = bytesOf(call.args.at(1));
-    const std::optional<spdm::Bytes> response = device.handle(request);
+    MctpDevice::Answer answer = found->second->answer(
+        bytesOf(call.args.at(1)),
+        std::chrono::milliseconds(call.args.at(2).get<uint16_t>()));
     Reply reply = noResponse();
-    if (response)
+    if (answer.message)
     {
         Json values = Json::array();
-        values.push_back(*response);
+        values.push_back(std::move(*answer.message));
         reply = Reply::of("ay", std::move(values));
     }
-    reply.delay = device.delay();
+    reply.delay = answer.delay;
     return reply;
 }
 

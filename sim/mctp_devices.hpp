@@ -1,7 +1,8 @@
 #pragma once
 
 #include "call.hpp"
-#include "spdm/device.hpp"
+#include "mctp_device.hpp"
+#include "spdm/key_store.hpp"
 
 #include <map>
 #include <memory>
@@ -17,8 +18,9 @@ class MctpDevices
      *  the same folder share its certificate authorities. */
     explicit MctpDevices(std::string roots);
 
-    /** Puts a device behind an endpoint; its keys and certificates are made
-     *  now. Throws ScenarioError. */
+    /** Puts a device behind an endpoint. An object describes one in this
+     *  process, whose keys and certificates are made now; an array has the
+     *  words of a program. Throws ScenarioError. */
     void add(uint8_t eid, const Node& config);
 
     /** Hands a message over: endpoint id, payload, time-out in milliseconds.
@@ -32,7 +34,7 @@ class MctpDevices
 
     std::string rootsFolder;
     std::shared_ptr<spdm::KeyStore> keys;
-    std::map<uint8_t, std::unique_ptr<spdm::Device>> devices;
+    std::map<uint8_t, std::unique_ptr<MctpDevice>> devices;
 };
 
 } // namespace sim
