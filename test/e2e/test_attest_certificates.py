@@ -154,6 +154,16 @@ def test_a_foreign_root_is_refused(bmc):
         SAVED, authority(saved_size()), CERT_FAILED, a.UNINITIALIZED]
 
 
+def test_a_device_of_a_foreign_root_is_refused(bmc):
+    """The same from the other side: the device is another's."""
+    bmc.start(a.attested(a.device(slots=[
+        {"slot": 0, "defect": "foreign-root"}])))
+    a.SAVE.touch()
+    assert a.attest(bmc, a.ROOTS) == (a.output(), "", 255)
+    assert bmc.messages()[6:] == [
+        SAVED, authority(saved_size()), CERT_FAILED, a.UNINITIALIZED]
+
+
 def test_the_marker_overrides_the_verdict(bmc):
     """The check still runs and is still reported."""
     bmc.start(a.attested(a.device()))
@@ -174,7 +184,7 @@ def test_the_marker_is_reported_with_a_sound_chain_too(bmc):
 
 @pytest.mark.parametrize("defect", ["bad-signature", "wrong-root-hash",
                                     "expired-leaf", "leaf-is-authority",
-                                    "truncated-leaf"])
+                                    "no-signing-usage", "truncated-leaf"])
 def test_a_broken_chain_is_refused(bmc, defect):
     """Its authority is not asked for."""
     bmc.start(a.attested(a.device(slots=[{"slot": 0, "defect": defect}])))

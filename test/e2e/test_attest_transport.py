@@ -19,7 +19,11 @@ COMPLAINTS = (*[FAILED_CONNECTION] * 3,
               "  [ERR] Failed to get challenge based on slot 0. rc = ",
               "  [ERR] Failed to get num of measurement blocks based on slot "
               "0. rc = ")
+# Messages before each step: a chain takes two, of up to 1024 bytes each.
+BEFORE = (0, 1, 2, 3, 4, 6, 7)
 CODES = (0x84, 0xe1, 0xe3, 0x81, 0x82, 0x83, 0xe0)
+BUSY = "0x80010008"
+RESYNCHRONISE = "0x8001000b"
 
 
 @pytest.fixture(autouse=True)
@@ -80,7 +84,7 @@ def test_algorithms_that_the_requester_offers(bmc):
                                   4, 0x20, 0x80, 0, 5, 0x20, 1, 0])
 
 
-@pytest.mark.parametrize("after, complaint", enumerate(COMPLAINTS[:5]))
+@pytest.mark.parametrize("after, complaint", zip(BEFORE, COMPLAINTS))
 def test_an_error_reply_at_each_step(bmc, after, complaint):
     """The send fails, and the step with it; only the service is named."""
     bmc.start(a.attested(a.device(), exchange_fault(s.error(), after)))
@@ -105,8 +109,8 @@ def test_a_daemon_that_dies_in_the_exchange(bmc):
 @pytest.mark.parametrize("reply", [{"silent": True},
                                    {"out": "s", "return": ["text"]},
                                    {"out": "", "return": []}])
-@pytest.mark.parametrize("after", [0, 4])
-def test_no_usable_reply(bmc, reply, after):
+@pytest.mark.parametrize("after, complaint", zip(BEFORE, COMPLAINTS))
+def test_no_usable_reply(bmc, reply, after, complaint):
     """An exception is in the record with its text."""
     bmc.start(a.attested(a.device(), exchange_fault(reply, after)))
     result = a.attest(bmc, env={"SYSTEMD_BUS_TIMEOUT": "1s"})
@@ -115,7 +119,7 @@ def test_no_usable_reply(bmc, reply, after):
     start = f"[ERR] Tx/Rx SPDM msg exception. EID={a.EID}, {s.MCTP}. "
     assert all(text.startswith(start) and len(text) > len(start)
                for text in told[:-1])
-    assert told[-1] == COMPLAINTS[after] + a.SEND_FAILED
+    assert told[-1] == complaint + a.SEND_FAILED
 
 
 @pytest.mark.parametrize("step, complaint", zip(STEPS, COMPLAINTS))
@@ -169,13 +173,51 @@ def test_an_answer_longer_than_the_message(bmc):
     assert a.attest(bmc).status == 0
 
 
-def test_a_busy_device_is_asked_again(bmc):
-    """The library repeats the request."""
-    bmc.start(a.attested(a.device(faults=[a.fault("GET_DIGESTS", "busy")])))
-    result = a.attest(bmc)
-    requests = [args[1][2] for args in exchanges(bmc)]
-    # Whether it does depends on the retries that the library is built with.
-    assert (result.status, requests.count(0x81)) in ((0, 2), (255, 1))
+def device_that(step, kind):
+    """One with something in the way of a step, this once."""
+    return a.device(faults=[a.fault(step, kind)])
+
+
+@pytest.mark.parametrize("step, code, complaint",
+                         zip(STEPS, CODES, COMPLAINTS))
+def test_a_busy_device_is_asked_once(bmc, step, code, complaint):
+    """The library repeats as often as it is told, which is not at all; the
+    next run finds the device idle."""
+    bmc.start(a.attested(device_that(step, "busy")))
+    assert a.attest(bmc, a.ROOTS).status == 255
+    assert complaints(bmc) == [complaint + BUSY]
+    assert [args[1][2] for args in exchanges(bmc)].count(code) == 1
+    assert a.attest(bmc, a.ROOTS).status == 0
+
+
+def test_a_block_of_a_busy_device(bmc):
+    """It is left out; the others are there."""
+    bmc.start(a.attested(a.device(
+        capabilities={"measurements": "unsigned"},
+        faults=[a.fault("GET_MEASUREMENTS", "busy", nth=3)])))
+    assert a.attest(bmc).status == 0
+    assert complaints(bmc) == [
+        "    [ERR] Failed to get measurement block 2 based on slot 0. rc = "
+        f"{BUSY}"]
+    assert set(a.measured()) - set(bmc.messages()) == {a.measured()[2]}
+
+
+@pytest.mark.parametrize("step", STEPS[3:])
+def test_a_device_that_is_not_ready_is_asked_later(bmc, step):
+    """By RESPOND_IF_READY, once, without a word in the journal."""
+    bmc.start(a.attested(device_that(step, "not-ready")))
+    assert a.attest(bmc, a.ROOTS) == (a.output(), "", 0)
+    assert complaints(bmc) == []
+    assert [args[1][2] for args in exchanges(bmc)].count(0xff) == 1
+
+
+@pytest.mark.parametrize("step, complaint", zip(STEPS[3:], COMPLAINTS[3:]))
+def test_a_device_that_wants_to_begin_anew(bmc, step, complaint):
+    """The run ends; the next one begins with the version."""
+    bmc.start(a.attested(device_that(step, "resynch")))
+    assert a.attest(bmc, a.ROOTS).status == 255
+    assert complaints(bmc) == [complaint + RESYNCHRONISE]
+    assert a.attest(bmc, a.ROOTS).status == 0
 
 
 def test_a_payload_that_no_datagram_holds(bmc):

@@ -188,6 +188,18 @@ TEST_F(Certificates, ACertificateThatCannotBeHashed)
                             "certificate failed");
 }
 
+TEST_F(Certificates, AMissingFileEndsTheAttestation)
+{
+    negotiate(0x1200);
+    Lines lines;
+    libspdm_return_t status = 0;
+    EXPECT_EQ(printedBy([&] { status = attest(lines, "/nowhere"); }),
+              "Unable to open file /nowhere/ecp384/ca.cert.der\n");
+    EXPECT_EQ(status, 0x80030000U);
+    EXPECT_EQ(lines.back(), "<3> [ERR] libspdm_read_responder_root_public_"
+                            "certificate failed");
+}
+
 TEST_F(Certificates, AFileThatIsNoCertificate)
 {
     put("/tmp/roots/ecp384/ca.cert.der", "");
