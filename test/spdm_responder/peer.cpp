@@ -1,5 +1,6 @@
 #include "peer.hpp"
 
+#include "../scratch_dir.hpp"
 #include "spdm/bytes.hpp"
 #include "spdm/openssl_owner.hpp"
 
@@ -11,7 +12,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -51,33 +51,6 @@ Bytes hashOf(const char* name, const Bytes& data)
 namespace
 {
 
-/** A folder that lives as long as the process. */
-class KeyFolder
-{
-  public:
-    KeyFolder()
-    {
-        std::string pattern =
-            std::filesystem::temp_directory_path() / "spdm-keys-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr)
-        {
-            throw std::runtime_error("no temporary folder");
-        }
-        path = pattern;
-    }
-
-    KeyFolder(const KeyFolder&) = delete;
-    KeyFolder& operator=(const KeyFolder&) = delete;
-
-    ~KeyFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-
-    std::filesystem::path path;
-};
-
 Certificate parse(const Bytes& der)
 {
     const unsigned char* data = der.data();
@@ -111,8 +84,8 @@ Bytes derSignature(const Bytes& raw)
 
 sim::spdm::KeyStore& keyStore()
 {
-    static KeyFolder folder;
-    static sim::spdm::KeyStore store(folder.path);
+    static ScratchDir folder;
+    static sim::spdm::KeyStore store(folder.path());
     return store;
 }
 

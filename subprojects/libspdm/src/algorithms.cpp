@@ -257,18 +257,15 @@ libspdm_return_t negotiateAlgorithms(Context& context)
         return LIBSPDM_STATUS_INVALID_STATE_LOCAL;
     }
     context.measurements.reset();
-    Exchange exchange(context);
-    libspdm_return_t status = exchange.open();
-    if (LIBSPDM_STATUS_IS_ERROR(status))
-    {
-        return status;
-    }
-    context.connection.multiKey = wantsMultiKey(context);
-    write(exchange, context);
-    status = exchange.run(SPDM_ALGORITHMS, NotReady::reported);
-    return LIBSPDM_STATUS_IS_ERROR(status)
-             ? status
-             : accept(context, exchange.request(), exchange.response());
+    return converse(
+        context, SPDM_ALGORITHMS, NotReady::reported,
+        [&](Exchange& exchange)
+        {
+            context.connection.multiKey = wantsMultiKey(context);
+            write(exchange, context);
+        },
+        [&](Bytes request, Bytes response)
+        { return accept(context, request, response); });
 }
 
 } // namespace spdm

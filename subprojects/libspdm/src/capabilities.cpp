@@ -110,17 +110,11 @@ libspdm_return_t getCapabilities(Context& context)
         return LIBSPDM_STATUS_INVALID_STATE_LOCAL;
     }
     context.measurements.reset();
-    Exchange exchange(context);
-    libspdm_return_t status = exchange.open();
-    if (LIBSPDM_STATUS_IS_ERROR(status))
-    {
-        return status;
-    }
-    write(exchange, context);
-    status = exchange.run(SPDM_CAPABILITIES, NotReady::reported);
-    return LIBSPDM_STATUS_IS_ERROR(status)
-             ? status
-             : accept(context, exchange.request(), exchange.response());
+    return converse(
+        context, SPDM_CAPABILITIES, NotReady::reported,
+        [&](Exchange& exchange) { write(exchange, context); },
+        [&](Bytes request, Bytes response)
+        { return accept(context, request, response); });
 }
 
 } // namespace spdm

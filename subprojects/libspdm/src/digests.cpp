@@ -138,24 +138,20 @@ libspdm_return_t getDigests(Context& context, uint8_t* slotMask,
     }
     context.measurements.reset();
     context.challenge.reset();
-    Exchange exchange(context);
-    libspdm_return_t status = exchange.open();
-    if (LIBSPDM_STATUS_IS_ERROR(status))
-    {
-        return status;
-    }
-    exchange.writer().header(versionOf(context), SPDM_GET_DIGESTS, 0, 0);
-    status = exchange.run(SPDM_DIGESTS, NotReady::awaited);
-    if (LIBSPDM_STATUS_IS_ERROR(status))
-    {
-        return status;
-    }
-    if (slotMask != nullptr)
-    {
-        *slotMask = param2Of(exchange.response());
-    }
-    return accept(context, exchange.request(), exchange.response(),
-                  digestBuffer);
+    return converse(
+        context, SPDM_DIGESTS, NotReady::awaited,
+        [&](Exchange& exchange) {
+            exchange.writer().header(versionOf(context), SPDM_GET_DIGESTS, 0,
+                                     0);
+        },
+        [&](Bytes request, Bytes response)
+        {
+            if (slotMask != nullptr)
+            {
+                *slotMask = param2Of(response);
+            }
+            return accept(context, request, response, digestBuffer);
+        });
 }
 
 } // namespace

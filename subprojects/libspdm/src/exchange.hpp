@@ -92,4 +92,24 @@ class Exchange
     Bytes carried;
 };
 
+/** A whole exchange: `write(exchange)` puts the request together, and
+ * `accept(request, response)` has the last word. */
+template <typename Write, typename Accept>
+libspdm_return_t converse(Context& context, uint8_t responseCode,
+                          NotReady notReady, const Write& write,
+                          const Accept& accept)
+{
+    Exchange exchange(context);
+    libspdm_return_t status = exchange.open();
+    if (LIBSPDM_STATUS_IS_ERROR(status))
+    {
+        return status;
+    }
+    write(exchange);
+    status = exchange.run(responseCode, notReady);
+    return LIBSPDM_STATUS_IS_ERROR(status)
+             ? status
+             : accept(exchange.request(), exchange.response());
+}
+
 } // namespace spdm

@@ -85,17 +85,14 @@ libspdm_return_t getVersion(Context& context)
     context.challenge.reset();
     context.measurements.reset();
     libspdm_reset_context(&context);
-    Exchange exchange(context);
-    libspdm_return_t status = exchange.open();
-    if (LIBSPDM_STATUS_IS_ERROR(status))
-    {
-        return status;
-    }
-    exchange.writer().header(SPDM_MESSAGE_VERSION_10, SPDM_GET_VERSION, 0, 0);
-    status = exchange.run(SPDM_VERSION, NotReady::refused);
-    return LIBSPDM_STATUS_IS_ERROR(status)
-             ? status
-             : accept(context, exchange.request(), exchange.response());
+    return converse(
+        context, SPDM_VERSION, NotReady::refused,
+        [](Exchange& exchange) {
+            exchange.writer().header(SPDM_MESSAGE_VERSION_10, SPDM_GET_VERSION,
+                                     0, 0);
+        },
+        [&](Bytes request, Bytes response)
+        { return accept(context, request, response); });
 }
 
 } // namespace spdm
