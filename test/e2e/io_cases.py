@@ -2,8 +2,10 @@
 
 import os
 import pathlib
+import select
 import shutil
 import subprocess
+import time
 
 import scenarios as s
 
@@ -101,3 +103,29 @@ def fill_up():
         except OSError:
             pass
     assert os.statvfs(HDR).f_bfree == 0
+
+
+def wait_armed(session):
+    """Returns when the run's timer is armed; it must not end before."""
+    process = session.process.pid
+    ended = os.pidfd_open(process)
+    deadline = time.monotonic() + 20
+    try:
+        while not timer_armed(pathlib.Path(f"/proc/{process}")):
+            assert time.monotonic() < deadline, "no timer was armed"
+            ready, _, _ = select.select([ended], [], [], 0.005)
+            assert not ready, "it ended without a wait"
+    finally:
+        os.close(ended)
+
+
+def timer_armed(process):
+    """Whether a timerfd of the process runs, as proc(5) shows it."""
+    for info in (process / "fdinfo").iterdir():
+        try:
+            text = info.read_text()
+        except FileNotFoundError:
+            continue  # closed meanwhile
+        if "it_value:" in text and "it_value: (0, 0)" not in text:
+            return True
+    return False

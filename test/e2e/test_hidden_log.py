@@ -1,8 +1,6 @@
 """The hidden log: its entries, its sequence file, its delay."""
 
 import os
-import pathlib
-import select
 import signal
 import subprocess
 import time
@@ -12,7 +10,7 @@ import pytest
 import scenarios as s
 from harness import sim_env
 from io_cases import (HDR, SEQUENCES, SOON, committed, eventlog, fill_up,
-                      fresh_pstorage, mount_small)
+                      fresh_pstorage, mount_small, wait_armed)
 
 LOAD = f"[ERR] hiddenLogForChange, load {SEQUENCES} failed. "
 GENERATE = "[ERR] Generate hidden log of type {}. "
@@ -317,32 +315,6 @@ def test_an_event_log_that_dies(bmc):
     (priority, message), = bmc.messages()
     assert (priority, "hidden log of type 2" in message) == (3, True)
     assert SEQUENCES.read_text() == '{"PCI":1}'
-
-
-def wait_armed(session):
-    """Returns when the run's timer is armed; it must not end before."""
-    process = session.process.pid
-    ended = os.pidfd_open(process)
-    deadline = time.monotonic() + 20
-    try:
-        while not timer_armed(pathlib.Path(f"/proc/{process}")):
-            assert time.monotonic() < deadline, "no timer was armed"
-            ready, _, _ = select.select([ended], [], [], 0.005)
-            assert not ready, "it ended without a wait"
-    finally:
-        os.close(ended)
-
-
-def timer_armed(process):
-    """Whether a timerfd of the process runs, as proc(5) shows it."""
-    for info in (process / "fdinfo").iterdir():
-        try:
-            text = info.read_text()
-        except FileNotFoundError:
-            continue  # closed meanwhile
-        if "it_value:" in text and "it_value: (0, 0)" not in text:
-            return True
-    return False
 
 
 def test_a_delay_of_three_seconds(bmc):
