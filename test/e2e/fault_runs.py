@@ -69,7 +69,8 @@ def _wait_met(bmc, step, session, bus):
         count += 1
     # Two round trips through the service: behind them its reply is through.
     for _ in range(2 if step.waits else 0):
-        bmc.run("--system", "call", step.owner, "/", step.owner, "Ping",
+        bmc.run("--system", "call", step.owner, "/",
+                "org.freedesktop.DBus.Peer", "Ping",
                 program="busctl", env=bus.environment)
 
 
