@@ -103,6 +103,7 @@ bool receiveMessage(int stream, std::optional<spdm::Bytes>& message,
 pid_t spawn(const std::vector<std::string>& words, int stream)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words)
     {
         arguments.push_back(const_cast<char*>(word.c_str()));
