@@ -80,6 +80,16 @@ TEST_F(Flow, AnEmptySlotMaskIsSuccess)
                             succeeded}));
 }
 
+TEST_F(Flow, AnAddressThatNoTableHas)
+{
+    negotiate(0x1200);
+    libspdm_return_t status = 0;
+    EXPECT_EQ(journalOf([&] { status = SpdmLib::authenticateTarget(1, ""); }),
+              Lines{});
+    EXPECT_EQ(status, 0x80010001U);
+    EXPECT_EQ(scripted.calls, Lines{});
+}
+
 TEST_F(Flow, AFailedConnectionEndsTheLibrary)
 {
     negotiate(0x1200);
