@@ -56,7 +56,7 @@ bool gotNoReply(const sdbusplus::exception::SdBusError& failure)
     {
         return false;
     }
-    sd_bus_error derived = SD_BUS_ERROR_NULL;
+    sd_bus_error derived{};
     sd_bus_error_set_errno(&derived, -error);
     const bool same = viewOf(derived.name) == viewOf(failure.name()) &&
                       viewOf(derived.message) == viewOf(failure.description());
@@ -69,8 +69,7 @@ sdbusplus::message_t
 makeErrorReply(sdbusplus::message_t& method,
                const sdbusplus::exception::SdBusError& failure)
 {
-    const sd_bus_error error =
-        SD_BUS_ERROR_MAKE_CONST(failure.name(), failure.description());
+    const sd_bus_error error{failure.name(), failure.description(), 0};
     sd_bus_message* reply = nullptr;
     int rc = sd_bus_message_new_method_error(method.get(), &reply, &error);
     if (rc < 0)
