@@ -20,8 +20,9 @@ std::optional<uint64_t> parseNumber(std::string_view text)
         base = 16;
     }
     uint64_t number = 0;
-    const char* end = text.data() + text.size();
-    auto [stop, error] = std::from_chars(text.data(), end, number, base);
+    const char* begin = text.data();
+    const char* end = begin + text.size();
+    auto [stop, error] = std::from_chars(begin, end, number, base);
     if (error != std::errc{} || stop != end)
     {
         return std::nullopt;
@@ -100,7 +101,7 @@ uint64_t Node::number() const
         number = parseNumber(value->get_ref<const std::string&>());
     }
     mustBe(number.has_value(), "a whole number");
-    return *number;
+    return number.value_or(0);
 }
 
 uint64_t Node::number(const std::string& key, uint64_t absent) const
