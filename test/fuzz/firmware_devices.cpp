@@ -1,0 +1,16 @@
+#include "target.hpp"
+#include "tool/firmware/list_devices.hpp"
+#include "tool/json/document.hpp"
+
+/** A service's list of devices whose firmware it looks after. */
+void fuzz::target(Input input)
+{
+    const auto list = parseDocument(textOf(input));
+    for (const char* group : {"Updatable", "Unupdatable"})
+    {
+        const std::vector<FirmwareDevice> devices = readDevices(list, group);
+        require(devices.size() ==
+                    (list.contains(group) ? list[group].size() : 0),
+                "every record is a device");
+    }
+}
