@@ -26,6 +26,15 @@ class Flow : public SpdmTest
         return bytes;
     }
 
+    /** Attests the device, which ends with this status and last record. */
+    void expectEnd(libspdm_return_t status, const std::string& record)
+    {
+        Lines lines;
+        EXPECT_EQ(attest(lines), status);
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.back(), record);
+    }
+
     static bool called(const std::string& call)
     {
         return std::find(scripted.calls.begin(), scripted.calls.end(), call) !=
@@ -107,9 +116,7 @@ TEST_F(Flow, AWarningOfTheConnectionIsNoFailure)
 {
     negotiate(0x1200);
     scripted.initConnection = 0x40010014;
-    Lines lines;
-    EXPECT_EQ(attest(lines), 0U);
-    EXPECT_EQ(lines.back(), succeeded);
+    expectEnd(0, succeeded);
 }
 
 TEST_F(Flow, AConnectionThatIsNotNegotiated)
@@ -143,10 +150,8 @@ TEST_F(Flow, AFailedCertificateEndsWithItsStatus)
     negotiate(0x1200);
     scripted.slotMask = 3;
     scripted.certificate[1] = 0x80020001;
-    Lines lines;
-    EXPECT_EQ(attest(lines), 0x80020001U);
-    EXPECT_EQ(lines.back(), "<3>   [ERR] Failed to get cert of slot 1. rc = "
-                            "0x80020001");
+    expectEnd(0x80020001U, "<3>   [ERR] Failed to get cert of slot 1. rc = "
+                           "0x80020001");
     EXPECT_TRUE(called("challenge 0"));
 }
 
@@ -154,10 +159,8 @@ TEST_F(Flow, AFailedChallengeEndsWithItsStatus)
 {
     negotiate(0x1200);
     scripted.challenge[0] = 0x80020001;
-    Lines lines;
-    EXPECT_EQ(attest(lines), 0x80020001U);
-    EXPECT_EQ(lines.back(), "<3>   [ERR] Failed to get challenge based on "
-                            "slot 0. rc = 0x80020001");
+    expectEnd(0x80020001U, "<3>   [ERR] Failed to get challenge based on "
+                           "slot 0. rc = 0x80020001");
     EXPECT_FALSE(called("measure 0 attributes 0 slot 0"));
 }
 
@@ -165,10 +168,8 @@ TEST_F(Flow, AFailedCountEndsWithItsStatus)
 {
     negotiate(0x1200);
     scripted.blockCount = 0x80010005;
-    Lines lines;
-    EXPECT_EQ(attest(lines), 0x80010005U);
-    EXPECT_EQ(lines.back(), "<3>   [ERR] Failed to get num of measurement "
-                            "blocks based on slot 0. rc = 0x80010005");
+    expectEnd(0x80010005U, "<3>   [ERR] Failed to get num of measurement "
+                           "blocks based on slot 0. rc = 0x80010005");
 }
 
 TEST_F(Flow, AFailedBlockDoesNotEndTheOthers)
