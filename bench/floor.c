@@ -2,31 +2,64 @@
  * the other, and write each reply's text as it came. What the tool costs is
  * compared with this.
  *
- * Usage: bench-floor SERVICE PATH INTERFACE METHOD SIGNATURE [ARGUMENT] ...
- * SIGNATURE is "" without an argument, "u" with one in hexadecimal.
+ * Usage: bench-floor SERVICE PATH INTERFACE METHOD SIGNATURE [VALUE...] ...
+ * SIGNATURE is of s, i, u and as; an array's values follow their count. A
+ * reply that is not text is received and left alone.
  */
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 #include <systemd/sd-bus.h>
 
-static int callOnce(sd_bus* bus, char** words, int takesArgument)
+static int appendTexts(sd_bus_message* call, char*** values)
 {
+    int rc = sd_bus_message_open_container(call, 'a', "s");
+    for (long left = strtol(*(*values)++, NULL, 10); left > 0; --left)
+    {
+        sd_bus_message_append_basic(call, 's', *(*values)++);
+    }
+    return rc < 0 ? rc : sd_bus_message_close_container(call);
+}
+
+/* Append the values that the signature asks for; where the next words start. */
+static char** append(sd_bus_message* call, const char* signature, char** values)
+{
+    for (; *signature != '\0'; ++signature)
+    {
+        if (*signature == 'a')
+        {
+            appendTexts(call, &values);
+            ++signature;
+            continue;
+        }
+        const uint32_t number = (uint32_t)strtoul(*values, NULL, 0);
+        const void* value = *signature == 's' ? (const void*)*values : &number;
+        sd_bus_message_append_basic(call, *signature, value);
+        ++values;
+    }
+    return values;
+}
+
+static int callOnce(sd_bus* bus, char*** words)
+{
+    char** word = *words;
+    sd_bus_message* call = NULL;
     sd_bus_message* reply = NULL;
-    const char* text = "";
-    const uint32_t argument =
-        takesArgument ? (uint32_t)strtoul(words[5], NULL, 16) : 0;
-    const int rc = takesArgument
-                     ? sd_bus_call_method(bus, words[0], words[1], words[2],
-                                          words[3], NULL, &reply, "u", argument)
-                     : sd_bus_call_method(bus, words[0], words[1], words[2],
-                                          words[3], NULL, &reply, "");
-    if (rc >= 0 && sd_bus_message_read(reply, "s", &text) >= 0)
+    const char* text = NULL;
+    int rc = sd_bus_message_new_method_call(bus, &call, word[0], word[1],
+                                            word[2], word[3]);
+    if (rc < 0)
+    {
+        return rc;
+    }
+    *words = append(call, word[4], word + 5);
+    rc = sd_bus_call(bus, call, 0, NULL, &reply);
+    if (rc >= 0 && sd_bus_message_read(reply, "s", &text) > 0)
     {
         fputs(text, stdout);
     }
     sd_bus_message_unref(reply);
+    sd_bus_message_unref(call);
     return rc;
 }
 
@@ -34,11 +67,9 @@ int main(int argc, char** argv)
 {
     sd_bus* bus = NULL;
     int rc = sd_bus_default(&bus);
-    for (int i = 1; rc >= 0 && i + 4 < argc;)
+    for (char** word = argv + 1; rc >= 0 && word + 4 < argv + argc;)
     {
-        const int takesArgument = strcmp(argv[i + 4], "u") == 0;
-        rc = callOnce(bus, argv + i, takesArgument);
-        i += takesArgument ? 6 : 5;
+        rc = callOnce(bus, &word);
     }
     sd_bus_unref(bus);
     return rc < 0;

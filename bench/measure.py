@@ -1,0 +1,96 @@
+"""Measures commands: time, instructions, memory and size."""
+
+import json
+import pathlib
+import re
+import statistics
+import subprocess
+import tempfile
+
+
+class Failure(Exception):
+    """A reason to give up, in one sentence for the user."""
+
+
+def read_instructions(report):
+    """The total in what callgrind writes on standard error."""
+    found = re.search(r"Collected : (\d+)", report)
+    if not found:
+        raise Failure(f"callgrind counted nothing: {report}")
+    return int(found[1])
+
+
+def read_memory(report):
+    """The peak in kB in what time writes, last, on standard error."""
+    found = re.search(r"(\d+)\s*\Z", report)
+    if not found:
+        raise Failure(f"time told no memory: {report}")
+    return int(found[1])
+
+
+def read_times(report):
+    """Mean seconds of each command in hyperfine's JSON, in order."""
+    return [result["mean"] for result in json.loads(report)["results"]]
+
+
+def read_load_size(report):
+    """Bytes that are loaded, in what `size` writes."""
+    text, data = report.splitlines()[1].split()[:2]
+    return int(text) + int(data)
+
+
+def paired_ratios(rounds, base):
+    """Median ratio of each command to the base, taken within each round."""
+    return {name: statistics.median(row[name] / row[base] for row in rounds)
+            for name in rounds[0]}
+
+
+def _run(words):
+    result = subprocess.run(words, stdout=subprocess.DEVNULL,
+                            stderr=subprocess.PIPE, text=True, check=False)
+    if result.returncode != 0:
+        raise Failure(f"{' '.join(words)} ended with {result.returncode}: "
+                      f"{result.stderr}")
+    return result.stderr
+
+
+def instructions(command):
+    """Instructions of one run; the loader's are part of them."""
+    return read_instructions(_run(
+        ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null",
+         *command]))
+
+
+def memory(command, runs=5):
+    """Median of the peak resident memory, kB."""
+    return statistics.median(
+        read_memory(_run(["/usr/bin/time", "-f", "%M", *command]))
+        for _ in range(runs))
+
+
+def times(commands, runs, warmup=2):
+    """Mean seconds of each of the named commands, one after the other."""
+    with tempfile.NamedTemporaryFile("r", suffix=".json") as report:
+        _run(["hyperfine", "--shell=none", f"--runs={runs}",
+              f"--warmup={warmup}", f"--export-json={report.name}",
+              *(_quote(command) for command in commands.values())])
+        return dict(zip(commands, read_times(report.read())))
+
+
+def _quote(command):
+    return " ".join("'" + word.replace("'", "'\\''") + "'"
+                    for word in command)
+
+
+def paired_times(commands, rounds, runs):
+    """A row of mean seconds a round: what disturbs a round disturbs all."""
+    return [times(commands, runs) for _ in range(rounds)]
+
+
+def stripped_size(program, folder):
+    """Bytes of the program's file without its symbols, and of its loads."""
+    stripped = pathlib.Path(folder) / "stripped"
+    _run(["strip", "-o", str(stripped), str(program)])
+    loaded = subprocess.run(["size", str(stripped)], check=True, text=True,
+                            stdout=subprocess.PIPE).stdout
+    return stripped.stat().st_size, read_load_size(loaded)
