@@ -8,12 +8,9 @@
 /** How many arrays and objects may stand in one another.
  *
  *  Printing and serialising recurse per level and documents come from other
- *  processes, so the depth is bounded before anything is built.
+ *  processes, so the depth is bounded while one is built.
  */
 inline constexpr std::size_t maxJsonDepth = 512;
-
-/** Does the text open more than maxJsonDepth containers in one another? */
-bool isTooDeep(std::string_view text) noexcept;
 
 /** Parse a JSON document that somebody else wrote.
  *

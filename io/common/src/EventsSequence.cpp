@@ -1,5 +1,7 @@
 #include "io/common/src/EventsSequence.hpp"
 
+#include "io/common/src/JsonText.hpp"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,7 +22,7 @@ namespace
 {
 
 constexpr std::size_t maxFileSize = std::size_t{1} << 20;
-constexpr int maxDepth = 64;
+constexpr std::size_t maxDepth = 64;
 
 [[noreturn]] void fail(const char* what)
 {
@@ -116,15 +118,6 @@ class File
     int fd;
 };
 
-bool isDepthAllowed(int depth, json::parse_event_t /*event*/, json& /*parsed*/)
-{
-    if (depth > maxDepth)
-    {
-        throw std::length_error("nested deeper than 64 levels");
-    }
-    return true;
-}
-
 } // namespace
 
 json loadSequences(const std::string& path)
@@ -140,7 +133,7 @@ json loadSequences(const std::string& path)
         fail("open");
     }
     file.requireRegular();
-    return json::parse(file.readAll(), isDepthAllowed);
+    return parseJson(file.readAll(), maxDepth);
 }
 
 uint64_t takeSequence(json& document, const std::string& name)

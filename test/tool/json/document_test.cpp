@@ -26,15 +26,17 @@ TEST(ParseDocument, countsObjectsAndArraysAlike)
     {
         text += R"([{"k":)";
     }
-    EXPECT_TRUE(isTooDeep(text));
+    EXPECT_THROW(parseDocument(text), std::length_error);
+    EXPECT_THROW(tryParseDocument(text), std::length_error);
 }
 
 TEST(ParseDocument, bracketsInTextDoNotCount)
 {
     const std::string brackets(600, '[');
-    EXPECT_FALSE(isTooDeep("[\"" + brackets + "\"]"));
-    EXPECT_FALSE(isTooDeep(R"(["\"\\)" + brackets + "\"]"));
-    EXPECT_TRUE(isTooDeep(R"(["\\", )" + brackets));
+    EXPECT_EQ(parseDocument("[\"" + brackets + "\"]").front(), brackets);
+    EXPECT_EQ(parseDocument(R"(["\"\\)" + brackets + "\"]").front(),
+              "\"\\" + brackets);
+    EXPECT_THROW(parseDocument(R"(["\\", )" + brackets), std::length_error);
 }
 
 TEST(ParseDocument, siblingsDoNotAddUp)
@@ -42,10 +44,36 @@ TEST(ParseDocument, siblingsDoNotAddUp)
     std::string text = "[";
     for (int i = 0; i < 1000; ++i)
     {
-        text += "[],";
+        text += "[],{},";
     }
-    EXPECT_FALSE(isTooDeep(text + "[]]"));
-    EXPECT_FALSE(isTooDeep("]]]][[]]"));
+    EXPECT_EQ(parseDocument(text + "[]]").size(), 2001U);
+}
+
+TEST(ParseDocument, keepsEveryKindOfValue)
+{
+    const nlohmann::json document = parseDocument(
+        R"( {"n": null, "b": [true, false], "i": -1, "u": 18446744073709551615,
+             "f": 0.5, "s": "\u00e4\n", "o": {"a": [{"x": {}}, []]}} )");
+    EXPECT_TRUE(document["n"].is_null());
+    EXPECT_EQ(document["b"], nlohmann::json::array({true, false}));
+    EXPECT_EQ(document["i"].get<int64_t>(), -1);
+    EXPECT_EQ(document["u"].get<uint64_t>(), 18446744073709551615U);
+    EXPECT_EQ(document["f"].get<double>(), 0.5);
+    EXPECT_EQ(document["s"].get<std::string>(), "\u00e4\n");
+    EXPECT_EQ(document["o"].dump(), R"({"a":[{"x":{}},[]]})");
+    EXPECT_EQ(document.size(), 7U);
+}
+
+TEST(ParseDocument, ofTwoMembersWithOneNameTheLastStays)
+{
+    EXPECT_EQ(parseDocument(R"({"a": [1, 2], "b": 1, "a": {"c": 3}})").dump(),
+              R"({"a":{"c":3},"b":1})");
+}
+
+TEST(ParseDocument, numbersBeyondADoubleAreTheLibrarysError)
+{
+    EXPECT_THROW(parseDocument("[1e999]"), nlohmann::json::out_of_range);
+    EXPECT_TRUE(tryParseDocument("[1e999]").is_discarded());
 }
 
 TEST(ParseDocument, malformedTextIsTheLibrarysError)
@@ -53,6 +81,7 @@ TEST(ParseDocument, malformedTextIsTheLibrarysError)
     for (const char* text : {"", "{", "[1,]", "nul", "\"\xff\"", "{} x", "\\"})
     {
         EXPECT_THROW(parseDocument(text), nlohmann::json::parse_error) << text;
+        EXPECT_TRUE(tryParseDocument(text).is_discarded()) << text;
     }
 }
 
