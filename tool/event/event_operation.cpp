@@ -3,6 +3,8 @@
 #include "tool/event/event_params.hpp"
 #include "tool/operations.hpp"
 
+#include <boost/asio/io_context.hpp>
+
 namespace
 {
 

@@ -5,6 +5,8 @@
 #include "tool/firmware/progress.hpp"
 #include "tool/firmware/updater.hpp"
 
+#include <sdbusplus/asio/connection.hpp>
+
 #include <exception>
 #include <string>
 #include <vector>

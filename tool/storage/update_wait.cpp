@@ -5,6 +5,8 @@
 #include "tool/json/print.hpp"
 #include "tool/storage/query.hpp"
 
+#include <sdbusplus/asio/connection.hpp>
+
 #include <chrono>
 #include <cstdint>
 #include <ctime>

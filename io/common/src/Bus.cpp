@@ -4,6 +4,8 @@
 
 #include <systemd/sd-bus.h>
 
+#include <boost/asio/io_context.hpp>
+#include <sdbusplus/asio/connection.hpp>
 #include <sdbusplus/exception.hpp>
 
 #include <cerrno>
@@ -107,6 +109,15 @@ DbusConnPtr connect()
     const std::unique_ptr<sd_bus, decltype(&sd_bus_unref)> ours(bus,
                                                                 sd_bus_unref);
     return std::make_shared<sdbusplus::asio::connection>(ioContext(), bus);
+}
+
+sdbusplus::message_t newCall(const DbusConnPtr& conn,
+                             const std::string& service,
+                             const std::string& path, const char* interface,
+                             const char* method)
+{
+    return conn->new_method_call(service.c_str(), path.c_str(), interface,
+                                 method);
 }
 
 sdbusplus::message_t call(const DbusConnPtr& conn, sdbusplus::message_t& method)

@@ -1,11 +1,21 @@
 #pragma once
 
-#include <boost/asio/io_context.hpp>
-#include <sdbusplus/asio/connection.hpp>
 #include <sdbusplus/message.hpp>
 
 #include <memory>
 #include <string>
+
+// Few files wait for the bus; to the others Asio's headers would only bring
+// initialisers that run at each start.
+namespace boost::asio
+{
+class io_context;
+} // namespace boost::asio
+
+namespace sdbusplus::asio
+{
+class connection;
+} // namespace sdbusplus::asio
 
 /** The run's one bus connection, shared by everything that talks on it. */
 using DbusConnPtr = std::shared_ptr<sdbusplus::asio::connection>;
@@ -35,6 +45,15 @@ DbusConnPtr connect();
 sdbusplus::message_t call(const DbusConnPtr& conn,
                           sdbusplus::message_t& method);
 
+/** A method call without arguments.
+ *
+ *  @throw sdbusplus::exception::SdBusError when one of the names is not valid
+ */
+sdbusplus::message_t newCall(const DbusConnPtr& conn,
+                             const std::string& service,
+                             const std::string& path, const char* interface,
+                             const char* method);
+
 /** Build a method call out of its names and arguments, and call() it.
  *
  *  @throw sdbusplus::exception::SdBusError when it could not be built (a
@@ -47,7 +66,7 @@ sdbusplus::message_t callMethod(const DbusConnPtr& conn,
                                 const char* method, const Args&... args)
 {
     sdbusplus::message_t message =
-        conn->new_method_call(service.c_str(), path.c_str(), interface, method);
+        newCall(conn, service, path, interface, method);
     if constexpr (sizeof...(args) > 0)
     {
         message.append(args...);

@@ -4,6 +4,7 @@
 #include "io/common/src/EventsTimers.hpp"
 
 #include <boost/asio/error.hpp>
+#include <boost/asio/io_context.hpp>
 #include <phosphor-logging/lg2.hpp>
 
 #include <chrono>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <boost/asio/basic_waitable_timer.hpp>
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/system/error_code.hpp>
 
 #include <chrono>
@@ -40,13 +40,19 @@ class Timers
     void cancel();
 
   private:
+    /** A steady_timer, without the means to hold any kind of executor. */
+    using Timer = boost::asio::basic_waitable_timer<
+        std::chrono::steady_clock,
+        boost::asio::wait_traits<std::chrono::steady_clock>,
+        boost::asio::io_context::executor_type>;
+
     struct Entry
     {
         explicit Entry(boost::asio::io_context& context) : timer(context)
         {
         }
 
-        boost::asio::steady_timer timer;
+        Timer timer;
         bool waiting{true};
     };
 

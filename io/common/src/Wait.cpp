@@ -2,6 +2,9 @@
 
 #include "io/common/src/Output.hpp"
 
+#include <boost/asio/io_context.hpp>
+#include <sdbusplus/asio/connection.hpp>
+
 #include <stdexcept>
 
 namespace io::bus

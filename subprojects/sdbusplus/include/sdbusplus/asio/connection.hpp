@@ -1,10 +1,8 @@
 #pragma once
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/posix/stream_descriptor.hpp>
-#include <boost/asio/post.hpp>
+#include <boost/asio/posix/basic_stream_descriptor.hpp>
 #include <sdbusplus/bus.hpp>
-#include <sdbusplus/message.hpp>
 
 namespace sdbusplus::asio
 {
@@ -18,30 +16,14 @@ class connection : public sdbusplus::bus_t
 {
   public:
     /** On the connection that the thread shares. */
-    explicit connection(boost::asio::io_context& ioIn) :
-        sdbusplus::bus_t(sdbusplus::bus::new_default()),
-        io(ioIn),
-        descriptor(io.get_executor(), get_fd())
-    {
-        processSoon();
-    }
+    explicit connection(boost::asio::io_context& ioIn);
 
     /** Takes a reference of its own on the bus. */
-    connection(boost::asio::io_context& ioIn, sd_bus* shared) :
-        sdbusplus::bus_t(shared),
-        io(ioIn),
-        descriptor(io.get_executor(), get_fd())
-    {
-        processSoon();
-    }
+    connection(boost::asio::io_context& ioIn, sd_bus* shared);
 
     connection(const connection&) = delete;
     connection& operator=(const connection&) = delete;
-
-    ~connection()
-    {
-        descriptor.release(); // sd-bus closes it
-    }
+    ~connection();
 
     boost::asio::io_context& get_io_context()
     {
@@ -49,37 +31,17 @@ class connection : public sdbusplus::bus_t
     }
 
   private:
+    /** For this kind of executor only: one that can hold any doubles what
+     *  Asio brings into a program. */
+    using Descriptor = boost::asio::posix::basic_stream_descriptor<
+        boost::asio::io_context::executor_type>;
+
     boost::asio::io_context& io;
-    boost::asio::posix::stream_descriptor descriptor;
+    Descriptor descriptor;
 
-    void serve()
-    {
-        if (process_discard())
-        {
-            processSoon();
-        }
-        else
-        {
-            processWhenReadable();
-        }
-    }
-
-    void processSoon()
-    {
-        boost::asio::post(io, [this] { serve(); });
-    }
-
-    void processWhenReadable()
-    {
-        descriptor.async_wait(boost::asio::posix::stream_descriptor::wait_read,
-                              [this](const boost::system::error_code& error)
-                              {
-                                  if (!error)
-                                  {
-                                      serve();
-                                  }
-                              });
-    }
+    void serve();
+    void processSoon();
+    void processWhenReadable();
 };
 
 } // namespace sdbusplus::asio
