@@ -52,9 +52,10 @@ void writeDigests(const Context& context, Writer& writer)
     {
         if (context.identity.slot(number) != nullptr)
         {
-            writer.bytes(digest(
-                *agreed.hash,
-                context.identity.chain(number, *agreed.curve, *agreed.hash)));
+            writer.bytes(
+                digest(agreed.hashInUse(),
+                       context.identity.chain(number, agreed.curveInUse(),
+                                              agreed.hashInUse())));
         }
     }
 }
@@ -158,8 +159,8 @@ Bytes getCertificate(Context& context, View request)
         return errorResponse(context, error::invalidRequest);
     }
     const Agreement& agreed = context.connection.agreed;
-    Bytes chain =
-        context.identity.chain(wanted.slot, *agreed.curve, *agreed.hash);
+    Bytes chain = context.identity.chain(wanted.slot, agreed.curveInUse(),
+                                         agreed.hashInUse());
     if (wanted.offset >= chain.size())
     {
         return errorResponse(context, error::invalidRequest);

@@ -26,7 +26,7 @@ bool summaryPossible(const Context& context, uint8_t type)
 /** Without a block that counts, the trusted base's hash is all zeros. */
 Bytes summaryHash(const Context& context, uint8_t type)
 {
-    Hash hash = *context.connection.agreed.hash;
+    Hash hash = context.connection.agreed.hashInUse();
     Bytes blocks = allBlocks(context, type == summary::trustedBase);
     if (type == summary::trustedBase && blocks.empty())
     {
@@ -50,8 +50,9 @@ Writer unsignedResponse(const Context& context, View request)
     uint8_t slot = request[2];
     Writer writer = message(connection.version, response::challengeAuth, slot,
                             context.identity.slots());
-    Bytes chain = context.identity.chain(slot, *agreed.curve, *agreed.hash);
-    writer.bytes(digest(*agreed.hash, chain));
+    Bytes chain =
+        context.identity.chain(slot, agreed.curveInUse(), agreed.hashInUse());
+    writer.bytes(digest(agreed.hashInUse(), chain));
     writer.bytes(randomBytes(nonceSize));
     if (request[3] != summary::none)
     {
@@ -72,7 +73,8 @@ void spoil(const Context& context, Bytes& answer, size_t signature)
 {
     if (context.effects.wrongNonce)
     {
-        answer[headerSize + digestSize(*context.connection.agreed.hash)] ^= 1;
+        answer[headerSize +
+               digestSize(context.connection.agreed.hashInUse())] ^= 1;
     }
     if (context.effects.wrongContext &&
         context.connection.version >= version::v13)

@@ -3,6 +3,7 @@
 #include "crypto.hpp"
 
 #include <optional>
+#include <stdexcept>
 
 namespace sim::spdm
 {
@@ -25,6 +26,29 @@ struct Agreement
     bool opaqueData = true;
     /** Digests, certificates and signatures name a key per slot (1.3). */
     bool multiKey = false;
+
+    /** For requests that are refused where none was agreed on. Throw
+     *  std::logic_error. */
+    [[nodiscard]] Curve curveInUse() const
+    {
+        return inUse(curve);
+    }
+
+    [[nodiscard]] Hash hashInUse() const
+    {
+        return inUse(hash);
+    }
+
+  private:
+    template <typename Value>
+    static Value inUse(const std::optional<Value>& agreed)
+    {
+        if (!agreed)
+        {
+            throw std::logic_error("not agreed on");
+        }
+        return *agreed;
+    }
 };
 
 /**

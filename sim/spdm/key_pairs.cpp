@@ -23,7 +23,7 @@ Bytes getKeyPairInfo(Context& context, View request)
     // Bits of the algorithms in KEY_PAIR_INFO, other than in ALGORITHMS.
     constexpr uint32_t ecc256 = 0x08;
     constexpr uint32_t ecc384 = 0x10;
-    Curve curve = *context.connection.agreed.curve;
+    Curve curve = context.connection.agreed.curveInUse();
     Key key = request.size() > headerSize
                 ? context.identity.keyPair(request[headerSize], curve)
                 : nullptr;

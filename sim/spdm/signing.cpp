@@ -30,7 +30,7 @@ Bytes signTranscript(const Context& context, uint8_t slot,
                      std::string_view purpose, View transcript)
 {
     const Connection& connection = context.connection;
-    Hash hash = *connection.agreed.hash;
+    Hash hash = connection.agreed.hashInUse();
     Bytes hashed = digest(hash, transcript);
     if (connection.version >= version::v12)
     {
@@ -38,7 +38,7 @@ Bytes signTranscript(const Context& context, uint8_t slot,
         append(message, hashed);
         hashed = digest(hash, message);
     }
-    Curve curve = *connection.agreed.curve;
+    Curve curve = connection.agreed.curveInUse();
     return signDigest(context.identity.key(slot, curve), curve, hashed);
 }
 
