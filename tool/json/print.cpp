@@ -1,6 +1,7 @@
 #include "tool/json/print.hpp"
 
 #include "io/common/src/Output.hpp"
+#include "tool/json/read.hpp"
 
 #include <cstdint>
 #include <cstdio>
@@ -39,23 +40,11 @@ std::string sizeOf(const json& container)
     return std::to_string(container.size());
 }
 
-/** Cut to 32 bits; a floating value that fits no integer becomes 0. */
-uint32_t toUnsigned(const json& number)
-{
-    if (number.is_number_float())
-    {
-        const double value = number.get<double>();
-        const bool fits = value > -9.2e18 && value < 9.2e18;
-        return fits ? static_cast<uint32_t>(static_cast<int64_t>(value)) : 0;
-    }
-    return number.get<uint32_t>();
-}
-
 /** The value of a number that names an identifier or an address. */
 std::string hexForm(std::string_view key, const json& number)
 {
     const bool isId = contains(key, "Id") || contains(key, "ID");
-    const uint32_t value = toUnsigned(number);
+    const auto value = readValue<uint32_t>(number);
     char text[16];
     std::snprintf(text, sizeof(text), isId ? " : 0x%04x" : " : 0x%x",
                   isId ? value & 0xFFFF : value);

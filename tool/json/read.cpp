@@ -35,3 +35,15 @@ std::string readText(const json& item, const char* key)
 {
     return readOr(item, {key}, std::string());
 }
+
+uint64_t toInteger(double number) noexcept
+{
+    constexpr double limit = 9223372036854775808.0; // 2^63
+    if (number >= 0 && number < 2 * limit)
+    {
+        return static_cast<uint64_t>(number);
+    }
+    return number >= -limit && number < 0
+             ? static_cast<uint64_t>(static_cast<int64_t>(number))
+             : 0;
+}

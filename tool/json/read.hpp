@@ -2,8 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <type_traits>
 
 /** Readers with defaults for members of documents that services send.
  *
@@ -21,6 +23,30 @@ const nlohmann::json* findMember(const nlohmann::json& object, const char* key);
 const nlohmann::json* findPath(const nlohmann::json& item,
                                std::initializer_list<const char*> keys);
 
+/** A floating number as an integer: without its fraction, negative ones as
+ *  their two's complement; 0 when 64 bits do not hold it. */
+uint64_t toInteger(double number) noexcept;
+
+/** A value as the library's get() gives it.
+ *
+ *  Numbers are cut to the type. For a floating number that an integer type does
+ *  not hold the library leaves open what happens; here toInteger() is cut.
+ *
+ *  @throw nlohmann::json::type_error when it is of another type
+ */
+template <typename T>
+T readValue(const nlohmann::json& value)
+{
+    if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>)
+    {
+        if (value.is_number_float())
+        {
+            return static_cast<T>(toInteger(value.get<double>()));
+        }
+    }
+    return value.get<T>();
+}
+
 /** The value at a path of keys, or the default when it is missing.
  *
  *  @throw nlohmann::json::exception as findPath(), and when the value is there
@@ -31,7 +57,7 @@ T readOr(const nlohmann::json& item, std::initializer_list<const char*> keys,
          T fallback)
 {
     const nlohmann::json* found = findPath(item, keys);
-    return found == nullptr ? fallback : found->get<T>();
+    return found == nullptr ? fallback : readValue<T>(*found);
 }
 
 /** A text member, empty when it is missing. */

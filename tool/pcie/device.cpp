@@ -63,7 +63,7 @@ std::string functionText(const json& record)
 
 std::string decimal(const json& number)
 {
-    return std::to_string(number.get<uint8_t>());
+    return std::to_string(readValue<uint8_t>(number));
 }
 
 /** Utilisation and NC-SI package, where a port tells them. */

@@ -49,6 +49,31 @@ TEST(ReadOr, behavesAsTheLibrarysOwnReader)
     EXPECT_EQ(readOr(item, {"Number"}, uint8_t{0}), 44);
 }
 
+TEST(ReadValue, cutsFloatingNumbers)
+{
+    EXPECT_EQ(readValue<uint32_t>(3.9), 3U);
+    EXPECT_EQ(readValue<uint32_t>(-1.5), 0xFFFFFFFFU);
+    EXPECT_EQ(readValue<uint8_t>(300.7), 44);
+    EXPECT_EQ(readValue<uint64_t>(1.5e19), 15000000000000000000U);
+    EXPECT_EQ(readValue<double>(1.5), 1.5);
+}
+
+TEST(ReadValue, isZeroForWhatNoIntegerHolds)
+{
+    for (double number : {1e300, -1e300, 18446744073709551616.0, -9.3e18})
+    {
+        EXPECT_EQ(readValue<uint64_t>(number), 0U) << number;
+    }
+    EXPECT_EQ(readValue<uint64_t>(-9223372036854775808.0), uint64_t{1} << 63);
+}
+
+TEST(ReadValue, otherTypesAreTheLibrarys)
+{
+    EXPECT_THROW(readValue<uint32_t>("5"), json::type_error);
+    EXPECT_THROW(readValue<std::string>(5), json::type_error);
+    EXPECT_TRUE(readValue<bool>(true));
+}
+
 TEST(FindMember, isNullForWhatIsNoObject)
 {
     EXPECT_EQ(findMember(json::array({1}), "x"), nullptr);
