@@ -40,6 +40,7 @@ void require(bool holds, const char* property)
 namespace io::out
 {
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): printf's own way, as it is declared
 void print(const char* format, ...) noexcept
 {
     va_list args;
