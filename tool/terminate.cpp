@@ -5,6 +5,11 @@
 namespace
 {
 
+void report(const char* reason)
+{
+    std::fprintf(stderr, "zantric: terminated by an exception: %s\n", reason);
+}
+
 void report(const std::exception_ptr& current)
 {
     try
@@ -13,11 +18,11 @@ void report(const std::exception_ptr& current)
     }
     catch (const std::exception& failure)
     {
-        std::fprintf(stderr, " by an exception: %s", failure.what());
+        report(failure.what());
     }
     catch (...)
     {
-        std::fputs(" by an exception of a kind that has no text", stderr);
+        report("of unknown kind");
     }
 }
 
@@ -34,12 +39,10 @@ namespace __gnu_cxx // NOLINT(bugprone-reserved-identifier)
  */
 void __verbose_terminate_handler() // NOLINT(bugprone-reserved-identifier)
 {
-    std::fputs("zantric: terminated", stderr);
     if (const std::exception_ptr current = std::current_exception())
     {
         report(current);
     }
-    std::fputc('\n', stderr);
     std::abort();
 }
 
