@@ -4,6 +4,7 @@
 #include "target.hpp"
 
 #include <nlohmann/json.hpp>
+#include <sdbusplus/asio/connection.hpp>
 
 #include <array>
 #include <cstddef>

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <map>
+#include <string>
 #include <utility>
 
 namespace
@@ -20,7 +21,7 @@ struct Expected
     const char* message;
 };
 
-constexpr const char* prefix =
+const std::string prefix =
     "This message is for the use case when an implementation has detected ";
 
 /** Every change of state with a record: {old, new} to what it says. */
@@ -125,10 +126,10 @@ TEST(StorageRecord, anInformationalIdMustBeKnownToTheLetter)
 
 TEST(StorageRecord, anyIdServesASevereEvent)
 {
-    const std::string warning = std::string(prefix) +
+    const std::string warning = prefix +
                                 "a Sensor transitioned to non-critical from "
                                 "normal";
-    const std::string critical = std::string(prefix) +
+    const std::string critical = prefix +
                                  "a Sensor transitioned to critical from less "
                                  "severe";
     for (const char* id : {"HRLKDUN0048I", "X", ""})
@@ -169,7 +170,7 @@ TEST(LomLinkRecord, up)
     const EventRecord record = io::events::lomLinkRecord(3, 1, "LOM1", true);
     EXPECT_STREQ(record.function, "eventLogLomLinkStateChange");
     EXPECT_STREQ(record.line, "CODE_LINE=250");
-    EXPECT_EQ(record.message, std::string(prefix) + "that a link up of PCIe");
+    EXPECT_EQ(record.message, prefix + "that a link up of PCIe");
     EXPECT_EQ(record.priority, 6);
     EXPECT_EQ(record.messageId, "HRLKDEA2003I");
     EXPECT_EQ(record.arguments, "1::LOM1::3");
@@ -180,8 +181,7 @@ TEST(LomLinkRecord, downHasNoSlot)
     const EventRecord record = io::events::lomLinkRecord(3, 1, "LOM1", false);
     EXPECT_STREQ(record.function, "eventLogLomLinkStateChange");
     EXPECT_STREQ(record.line, "CODE_LINE=261");
-    EXPECT_EQ(record.message,
-              std::string(prefix) + "a Link down of PCIe device");
+    EXPECT_EQ(record.message, prefix + "a Link down of PCIe device");
     EXPECT_EQ(record.priority, 4);
     EXPECT_EQ(record.messageId, "HRLKDEA0003J");
     EXPECT_EQ(record.arguments, "1::LOM1");
