@@ -29,7 +29,8 @@ template <typename T>
 T readBasic(sd_bus_message* message, char type)
 {
     T value{};
-    check(sd_bus_message_read_basic(message, type, &value), "read");
+    check(sd_bus_message_read_basic(message, type, static_cast<void*>(&value)),
+          "read");
     return value;
 }
 

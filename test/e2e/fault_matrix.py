@@ -56,6 +56,8 @@ WRONG = {
     "number": "sd_bus_message_read_basic fundamental" + _NO_VALUE,
     "boolean": "sd_bus_message_read_basic bool" + _NO_VALUE,
     "list": "sd_bus_message_enter_container emplace_back_container" + _NO_VALUE,
+    # Newer revisions of the bus library take an array of bytes in one go.
+    "bytes": "sd_bus_message_",
     "map": "sd_bus_message_enter_container emplace_container" + _NO_VALUE,
     "variant": "sd_bus_message_skip variant" + _NO_VALUE,
 }

@@ -155,13 +155,13 @@ ATTEST = Operation(
     (Step(s.MAPPER, "GetObject", "list", unattested(NO_SERVICES),
           lambda why: unattested(f"{NO_SERVICES}. {why}"),
           before=ATTEST_LINE),
-     Step(s.MCTP, "GetRoutingTable", "list",
+     Step(s.MCTP, "GetRoutingTable", "bytes",
           unattested(f"[ERR] Failed to get EID table from {s.MCTP}"),
           lambda why: unattested("[ERR] Exception in getting EID table from "
                                  f"{s.MCTP}. {why}"),
           before=ATTEST_LINE, special={
               "no service": unattested(NO_SERVICES)}),
-     Step(s.MCTP, a.EXCHANGE, "list",
+     Step(s.MCTP, a.EXCHANGE, "bytes",
           unattested(f"[ERR] Tx/Rx SPDM msg failed. EID=9, {s.MCTP}"),
           lambda why: unattested("[ERR] Tx/Rx SPDM msg exception. EID=9, "
                                  f"{s.MCTP}. {why}"),
