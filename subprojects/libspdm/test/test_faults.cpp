@@ -27,7 +27,7 @@ const Pki& pki()
     return made;
 }
 
-Fault at(size_t wanted, std::function<void(Message&)> change)
+Fault at(size_t wanted, const std::function<void(Message&)>& change)
 {
     return [wanted, change](size_t step, Message& answer)
     {
@@ -131,7 +131,7 @@ TEST(Busy, IsRetriedAsOftenAsWasSet)
 }
 
 /** Puts the answer off once, or as often as the peer is asked again. */
-Fault notReady(size_t wanted, Message data, bool always = false)
+Fault notReady(size_t wanted, const Message& data, bool always = false)
 {
     auto kept = std::make_shared<Message>();
     return [=](size_t step, Message& answer)

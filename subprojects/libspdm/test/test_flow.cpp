@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
 namespace
 {
 
 using test::Outcome;
 using test::Peer;
-using test::PeerSettings;
 using test::Pki;
 using test::Session;
 
@@ -135,11 +138,10 @@ TEST(Requests, SizesOnTheWire)
         Peer peer({.version = row.version, .blocks = 1}, pki());
         Session session(peer);
         session.attest();
-        std::vector<size_t> sizes;
-        for (const test::Message& request : session.sent)
-        {
-            sizes.push_back(request.size());
-        }
+        std::vector<size_t> sizes(session.sent.size());
+        std::transform(session.sent.begin(), session.sent.end(), sizes.begin(),
+                       [](const test::Message& request)
+                       { return request.size(); });
         EXPECT_EQ(sizes, row.sizes) << int{row.version};
     }
 }
