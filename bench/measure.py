@@ -28,9 +28,12 @@ def read_memory(report):
     return int(found[1])
 
 
-def read_times(report):
-    """Mean seconds of each command in hyperfine's JSON, in order."""
-    return [result["mean"] for result in json.loads(report)["results"]]
+def read_times(report, which):
+    """Seconds of each command in hyperfine's JSON, in order: "median", "min".
+
+    Not the mean, into which one disturbed run goes whole.
+    """
+    return [result[which] for result in json.loads(report)["results"]]
 
 
 def read_load_size(report):
@@ -68,13 +71,13 @@ def memory(command, runs=5):
         for _ in range(runs))
 
 
-def times(commands, runs, warmup=2):
-    """Mean seconds of each of the named commands, one after the other."""
+def times(commands, runs, warmup=2, which="median"):
+    """Seconds of each of the named commands, one after the other."""
     with tempfile.NamedTemporaryFile("r", suffix=".json") as report:
         _run(["hyperfine", "--shell=none", f"--runs={runs}",
               f"--warmup={warmup}", f"--export-json={report.name}",
               *(_quote(command) for command in commands.values())])
-        return dict(zip(commands, read_times(report.read())))
+        return dict(zip(commands, read_times(report.read(), which)))
 
 
 def _quote(command):
@@ -82,9 +85,20 @@ def _quote(command):
                     for word in command)
 
 
+def rotated(commands, by):
+    """The same commands, another one first."""
+    items = list(commands.items())
+    by %= len(items)
+    return dict(items[by:] + items[:by])
+
+
 def paired_times(commands, rounds, runs):
-    """A row of mean seconds a round: what disturbs a round disturbs all."""
-    return [times(commands, runs) for _ in range(rounds)]
+    """A row of median seconds a round: what disturbs a round disturbs all.
+
+    Each round starts with another one, so that what grows or fades within a
+    round favours none.
+    """
+    return [times(rotated(commands, index), runs) for index in range(rounds)]
 
 
 def stripped_size(program, folder):

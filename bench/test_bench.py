@@ -23,8 +23,10 @@ def test_the_peak_comes_after_what_the_program_said():
 
 
 def test_times_keep_the_order_of_the_commands():
-    text = json.dumps({"results": [{"mean": 0.004}, {"mean": 0.002}]})
-    assert measure.read_times(text) == [0.004, 0.002]
+    text = json.dumps({"results": [{"median": 0.004, "min": 0.003},
+                                   {"median": 0.002, "min": 0.001}]})
+    assert measure.read_times(text, "median") == [0.004, 0.002]
+    assert measure.read_times(text, "min") == [0.003, 0.001]
 
 
 def test_what_is_loaded_is_code_and_data_without_zeroes():
@@ -38,6 +40,13 @@ def test_a_disturbed_round_does_not_change_a_ratio():
             {"floor": 1.0, "zantric": 50.0}]
     assert measure.paired_ratios(rows, "floor") == {
         "floor": 1.0, "zantric": pytest.approx(1.2)}
+
+
+def test_every_command_comes_first_in_its_turn():
+    commands = {"a": ["x"], "b": ["y"], "c": ["z"]}
+    orders = [list(measure.rotated(commands, turn)) for turn in range(4)]
+    assert [order[0] for order in orders] == ["a", "b", "c", "a"]
+    assert all(set(order) == set(commands) for order in orders)
 
 
 @pytest.mark.parametrize("size", [3000, 1000000])
