@@ -96,7 +96,8 @@ void verify(const std::vector<uint8_t>& chain)
     Context context;
     const void* anchor = nullptr;
     std::size_t anchorSize = 0;
-    const std::vector<uint8_t> before = chain;
+    std::vector<uint8_t> before;
+    before.assign(chain.begin(), chain.end());
     SpdmLib::verifyRemoteCertChain(context.get(), 0, chain.size(), chain.data(),
                                    &anchor, &anchorSize);
     fuzz::require(chain == before, "looking changes nothing");

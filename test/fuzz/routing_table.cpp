@@ -18,7 +18,7 @@ void fuzz::target(Input input)
         const bool fits = ((entry.physicalAddress ^ address) & mask) == 0;
         expected = expected || fits;
         require(!fits || found.has_value(), "an endpoint is found");
-        require(!fits || exact ||
+        require(!fits || exact || !found ||
                     entry.physicalAddress <= found->physicalAddress,
                 "the largest address wins");
         mctp::messageTypeName(entry.eid);
