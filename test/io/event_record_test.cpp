@@ -101,15 +101,16 @@ TEST(StorageRecord, everyInformationalId)
 {
     for (const auto& [id, text] : informationalTable)
     {
-        const auto record = io::events::storageRecord(
+        const auto found = io::events::storageRecord(
             2, EventSeverity::informational, id, nullptr);
-        ASSERT_TRUE(record) << id;
-        EXPECT_EQ(record->messageId, id);
-        EXPECT_EQ(record->message, prefix + text);
-        EXPECT_EQ(record->priority, 6);
-        EXPECT_EQ(record->arguments, "2");
-        EXPECT_STREQ(record->line, "CODE_LINE=383");
-        EXPECT_STREQ(record->function, "storageEvent");
+        ASSERT_TRUE(found) << id;
+        const EventRecord record = found.value_or(EventRecord{});
+        EXPECT_EQ(record.messageId, id);
+        EXPECT_EQ(record.message, prefix + text);
+        EXPECT_EQ(record.priority, 6);
+        EXPECT_EQ(record.arguments, "2");
+        EXPECT_STREQ(record.line, "CODE_LINE=383");
+        EXPECT_STREQ(record.function, "storageEvent");
     }
 }
 

@@ -56,7 +56,7 @@ void expectSame(const std::optional<Pool>& pool,
                 const std::optional<std::pair<int, int>>& expected)
 {
     ASSERT_EQ(pool.has_value(), expected.has_value());
-    if (pool)
+    if (pool && expected)
     {
         EXPECT_EQ(pool->first, expected->first & 0xFF);
         EXPECT_EQ(pool->second, expected->second & 0xFF);

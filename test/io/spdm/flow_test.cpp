@@ -55,6 +55,8 @@ class Flow : public SpdmTest
 constexpr const char* responder12 =
     "<6> Responder version 1.2, capabilities 0x16, asym algo 0x80, hash algo "
     "0x2, measurement hash algo 0x4";
+constexpr const char* firstBlock =
+    "<6>     measurement block 1, Digest of 1(MutableFirmware), 2 bytes. abab";
 constexpr const char* succeeded = "<6> authenticateTarget succeeded";
 
 TEST_F(Flow, EverythingInOrder)
@@ -69,9 +71,7 @@ TEST_F(Flow, EverythingInOrder)
                             "<6>   slot 0 cert chain size 1000",
                             "<6>   Challenge based on slot 0",
                             "<6>   The responder has 1 measurement blocks",
-                            "<6>     measurement block 1, Digest of "
-                            "1(MutableFirmware), 2 bytes. abab",
-                            succeeded}));
+                            firstBlock, succeeded}));
     EXPECT_EQ(scripted.calls,
               (Lines{"init_connection 0", "digest", "certificate 0",
                      "room 4096", "challenge 0", "summary 255", "nonce 0",
