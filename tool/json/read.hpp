@@ -57,7 +57,11 @@ T readOr(const nlohmann::json& item, std::initializer_list<const char*> keys,
          T fallback)
 {
     const nlohmann::json* found = findPath(item, keys);
-    return found == nullptr ? fallback : readValue<T>(*found);
+    if (found == nullptr)
+    {
+        return fallback;
+    }
+    return readValue<T>(*found);
 }
 
 /** A text member, empty when it is missing. */
