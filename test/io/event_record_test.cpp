@@ -97,14 +97,21 @@ const std::map<std::string, std::string> informationalTable{
     {"HRLKDUN2057I", "that a RAID controller has a battery."},
 };
 
+/** The record that there must be. */
+EventRecord storageRecord(uint8_t slot, EventSeverity severity,
+                          const std::string& id, const char* extra)
+{
+    auto found = io::events::storageRecord(slot, severity, id, extra);
+    EXPECT_TRUE(found) << id;
+    return found.value_or(EventRecord{});
+}
+
 TEST(StorageRecord, everyInformationalId)
 {
     for (const auto& [id, text] : informationalTable)
     {
-        const auto found = io::events::storageRecord(
-            2, EventSeverity::informational, id, nullptr);
-        ASSERT_TRUE(found) << id;
-        const EventRecord record = found.value_or(EventRecord{});
+        const EventRecord record =
+            storageRecord(2, EventSeverity::informational, id, nullptr);
         EXPECT_EQ(record.messageId, id);
         EXPECT_EQ(record.message, prefix + text);
         EXPECT_EQ(record.priority, 6);
@@ -135,20 +142,18 @@ TEST(StorageRecord, anyIdServesASevereEvent)
                                  "severe";
     for (const char* id : {"HRLKDUN0048I", "X", ""})
     {
-        const auto one =
-            io::events::storageRecord(255, EventSeverity::warning, id, nullptr);
-        ASSERT_TRUE(one);
-        EXPECT_EQ(one->message, warning);
-        EXPECT_EQ(one->priority, 4);
-        EXPECT_EQ(one->messageId, id);
-        EXPECT_EQ(one->arguments, "255");
+        const EventRecord one =
+            storageRecord(255, EventSeverity::warning, id, nullptr);
+        EXPECT_EQ(one.message, warning);
+        EXPECT_EQ(one.priority, 4);
+        EXPECT_EQ(one.messageId, id);
+        EXPECT_EQ(one.arguments, "255");
         for (unsigned severity : {2U, 3U, 255U})
         {
-            const auto more = io::events::storageRecord(
+            const EventRecord more = storageRecord(
                 0, static_cast<EventSeverity>(severity), id, nullptr);
-            ASSERT_TRUE(more);
-            EXPECT_EQ(more->message, critical);
-            EXPECT_EQ(more->priority, 2);
+            EXPECT_EQ(more.message, critical);
+            EXPECT_EQ(more.priority, 2);
         }
     }
 }
@@ -157,12 +162,11 @@ TEST(StorageRecord, anExtraArgumentHasALineOfItsOwn)
 {
     for (const char* extra : {"Battery", "", "a::b", "%s"})
     {
-        const auto record = io::events::storageRecord(3, EventSeverity::warning,
-                                                      "HRLKDUN0001J", extra);
-        ASSERT_TRUE(record);
-        EXPECT_EQ(record->arguments, std::string("3::") + extra);
-        EXPECT_STREQ(record->line, "CODE_LINE=391");
-        EXPECT_STREQ(record->function, "storageEvent");
+        const EventRecord record =
+            storageRecord(3, EventSeverity::warning, "HRLKDUN0001J", extra);
+        EXPECT_EQ(record.arguments, std::string("3::") + extra);
+        EXPECT_STREQ(record.line, "CODE_LINE=391");
+        EXPECT_STREQ(record.function, "storageEvent");
     }
 }
 

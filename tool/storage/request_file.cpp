@@ -22,10 +22,10 @@ std::string readAll(std::FILE* file)
 {
     std::string text;
     std::array<char, 4096> chunk{};
-    std::size_t size = 0;
-    while ((size = std::fread(chunk.data(), 1, chunk.size(), file)) > 0)
+    while (std::feof(file) == 0 && std::ferror(file) == 0)
     {
-        text.append(chunk.data(), size);
+        text.append(chunk.data(),
+                    std::fread(chunk.data(), 1, chunk.size(), file));
         if (text.size() > maxFileSize)
         {
             throw std::length_error("Input file is longer than a bus message");
