@@ -18,6 +18,7 @@ packages=(
     nlohmann-json3-dev
     openssl
     pkg-config
+    procps
     python3
     python3-pytest
     systemd

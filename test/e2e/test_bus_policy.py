@@ -5,6 +5,7 @@ and the policy forgot fails there. Here: nobody else gets through.
 """
 
 import os
+import shutil
 import subprocess
 import xml.etree.ElementTree
 
@@ -56,7 +57,8 @@ def test_the_program_says_so_to_other_users(bmc):
     """It ends with 255 and the bus daemon's reason; the service sees nothing.
     """
     bmc.start(server(storage("rsa", {})))
-    program = os.environ["ZANTRIC"]
+    # The build may be where only root can reach it.
+    program = shutil.copy(os.environ["ZANTRIC"], "/run/zantric-for-all")
     result = subprocess.run(
         [program, "-s", "rsa", "-o", "list", "-t", "Drives"],
         stdin=subprocess.DEVNULL, capture_output=True, text=True,
