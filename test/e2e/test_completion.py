@@ -119,24 +119,17 @@ def default_server(bmc):
         [str(sim_env.ROOT / "sim/scenarios/default.json")], str(bmc.log))
 
 
-def test_volumes_come_from_the_service(bmc, bash):
+@pytest.mark.parametrize("target,operation", [
+    ("Volumes", "delete"), ("Drives", r"\#Drive.Reset")])
+def test_ids_come_from_the_service(bmc, bash, target, operation):
+    """The ids of what the operation works on; bash sorts them as text."""
     default_server(bmc)
     listed = bmc.run("-a", ADDRESS, "-s", "rsa", "-o", "list", "-t",
-                     "Volumes").out
+                     target).out
     ids = re.findall(r"ResId (\d+)", listed)
     assert ids
-    assert bash.offers(f"-a {ADDRESS} -s rsa -o delete -r ") == sorted(ids)
-
-
-def test_drives_come_from_the_service(bmc, bash):
-    default_server(bmc)
-    listed = bmc.run("-a", ADDRESS, "-s", "rsa", "-o", "list", "-t",
-                     "Drives").out
-    ids = re.findall(r"ResId (\d+)", listed)
-    assert ids
-    # Bash sorts them as text.
     assert bash.offers(
-        f"-a {ADDRESS} -s rsa -o \\#Drive.Reset -r ") == sorted(ids)
+        f"-a {ADDRESS} -s rsa -o {operation} -r ") == sorted(ids)
 
 
 def test_no_service_no_ids(bash):

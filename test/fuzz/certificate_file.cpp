@@ -1,8 +1,8 @@
 #include "io/common/spdm/Libspdm.hpp"
 #include "io/common/spdm/Spdm.hpp"
 #include "io/common/spdm/spdm_device_secret_lib_sample/cert.hpp"
-#include "scratch_folder.hpp"
 #include "target.hpp"
+#include "test/scratch_dir.hpp"
 
 #include <fstream>
 
@@ -21,20 +21,20 @@ class RootFolder
   public:
     RootFolder()
     {
-        std::filesystem::create_directory(folder.path() + "/ecp384");
+        std::filesystem::create_directory(folder.path() / "ecp384");
         mctp::spdm::cert::setDirectory(folder.path());
     }
 
     void put(const std::string& certificate)
     {
-        std::ofstream file(folder.path() + "/ecp384/ca.cert.der",
+        std::ofstream file(folder.path() / "ecp384/ca.cert.der",
                            std::ios::binary | std::ios::trunc);
         file << certificate << std::flush;
         fuzz::require(file.good(), "the file can be made");
     }
 
   private:
-    fuzz::ScratchFolder folder;
+    ScratchDir folder;
 };
 
 /** A library context whose peer has these algorithms. */

@@ -1,7 +1,7 @@
 #include "io/common/spdm/Spdm.hpp"
-#include "scratch_folder.hpp"
 #include "sim/spdm/device.hpp"
 #include "target.hpp"
+#include "test/scratch_dir.hpp"
 
 #include <nlohmann/json.hpp>
 #include <sdbusplus/asio/connection.hpp>
@@ -28,10 +28,11 @@ constexpr uint8_t getMeasurements = 0xe0;
 constexpr uint8_t challenge = 0x83;
 constexpr std::array versions{"1.0", "1.1", "1.2", "1.3"};
 
-const fuzz::ScratchFolder& roots()
+const std::string& roots()
 {
-    static const fuzz::ScratchFolder folder;
-    return folder;
+    static const ScratchDir folder;
+    static const std::string path = folder.path();
+    return path;
 }
 
 nlohmann::json configOf(std::size_t version, bool chunks)
@@ -58,7 +59,7 @@ nlohmann::json configOf(std::size_t version, bool chunks)
 /** A device takes longer to make than to ask: one of each kind is kept. */
 sim::spdm::Device& deviceOf(std::size_t version, bool chunks)
 {
-    static sim::spdm::KeyStore keys(roots().path());
+    static sim::spdm::KeyStore keys(roots());
     static std::map<std::pair<std::size_t, bool>,
                     std::unique_ptr<sim::spdm::Device>>
         devices;
@@ -205,7 +206,7 @@ void fuzz::target(Input input)
     if (!LIBSPDM_STATUS_IS_ERROR(status))
     {
         status = SpdmLib::authenticateTarget(
-            address, conversation.usesRoot() ? roots().path() : "");
+            address, conversation.usesRoot() ? roots() : "");
     }
     SpdmLib::uninitialize();
     SpdmLib::connection.reset();
