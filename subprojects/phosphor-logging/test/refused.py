@@ -12,6 +12,7 @@ import os
 import shlex
 import subprocess
 import sys
+import tempfile
 
 NAME = "non-constexpr function"
 LITERAL = "Found header_str as value"
@@ -69,10 +70,13 @@ CASES = [
     ('lg2::error();', ""),
 ]
 
-PROGRAM = """
+HEADER = """
 #include <phosphor-logging/lg2.hpp>
 #include <stdexcept>
 #include <string>
+"""
+
+PROGRAM = """
 struct Other {{}};
 enum class Kind {{ one }};
 [[maybe_unused]] static const char array[] = "array";
@@ -100,11 +104,21 @@ def compile_command(build_root, source):
     sys.exit(f"no command for {source} in {build_root}")
 
 
-def verdict(command, directory, statement, refusal):
+def precompile(command, directory, folder):
+    """What all cases include, compiled once; the header to include."""
+    header = os.path.join(folder, "all.hpp")
+    with open(header, "w", encoding="utf-8") as out:
+        out.write(HEADER)
+    subprocess.run(command + ["-x", "c++-header", header, "-o",
+                              header + ".gch"], cwd=directory, check=True)
+    return header
+
+
+def verdict(command, directory, header, statement, refusal):
     """What is wrong with the compiler's answer; empty where it is right."""
     run = subprocess.run(
-        command + ["-fdiagnostics-color=never", "-fsyntax-only", "-x", "c++",
-                   "-"], cwd=directory,
+        command + ["-fdiagnostics-color=never", "-fsyntax-only", "-include",
+                   header, "-x", "c++", "-"], cwd=directory,
         input=PROGRAM.format(statement), capture_output=True, text=True,
         env={**os.environ, "LC_ALL": "C"}, check=False)
     if refusal is None:
@@ -118,11 +132,13 @@ def verdict(command, directory, statement, refusal):
 def main():
     command, directory = compile_command(sys.argv[1], sys.argv[2])
     failures = 0
-    for statement, refusal in CASES:
-        problem = verdict(command, directory, statement, refusal)
-        if problem:
-            failures += 1
-            print(f"{statement}\n    expected: {refusal}\n    {problem}")
+    with tempfile.TemporaryDirectory() as folder:
+        header = precompile(command, directory, folder)
+        for statement, refusal in CASES:
+            problem = verdict(command, directory, header, statement, refusal)
+            if problem:
+                failures += 1
+                print(f"{statement}\n    expected: {refusal}\n    {problem}")
     print(f"{len(CASES)} cases, {failures} failures")
     sys.exit(1 if failures else 0)
 
