@@ -70,6 +70,7 @@ int serve(sim::spdm::Device& device)
     while (readMessage(request))
     {
         std::optional<Bytes> answer = device.handle(request);
+        // The device that is simulated may be a slow one.
         std::this_thread::sleep_for(device.delay());
         if (!writeMessage(answer))
         {
