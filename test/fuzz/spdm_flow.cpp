@@ -1,9 +1,7 @@
-#include "io/common/spdm/Spdm.hpp"
-#include "sim/spdm/device.hpp"
 #include "target.hpp"
+#include "test/io/spdm/in_process.hpp"
 #include "test/scratch_dir.hpp"
 
-#include <nlohmann/json.hpp>
 #include <sdbusplus/asio/connection.hpp>
 
 #include <algorithm>
@@ -14,9 +12,8 @@
 #include <optional>
 #include <vector>
 
-// The tool's whole requester in one process with a device whose answers the
-// input changes on their way. The endpoint and the exchange are those below;
-// the loopback socket and the SPDM library are the real ones.
+// A device whose answers the input changes on their way; its endpoint is the
+// one below.
 
 using mctp::spdm::SpdmLib;
 using sim::spdm::Bytes;
@@ -24,7 +21,6 @@ using sim::spdm::Bytes;
 namespace
 {
 
-constexpr uint32_t address = 0x8c0000;
 constexpr uint8_t getMeasurements = 0xe0;
 constexpr uint8_t challenge = 0x83;
 constexpr uint8_t chunkResponse = 0x06;
@@ -40,17 +36,7 @@ const std::string& roots()
 
 nlohmann::json configOf(std::size_t version, bool chunks)
 {
-    auto config = nlohmann::json::parse(R"({
-        "capabilities": {"multiKey": "none"},
-        "slots": [{"slot": 0, "intermediates": 1, "keyUsage": 6}],
-        "measurements": [
-            {"index": 1, "type": 1, "value": "00112233", "size": 48},
-            {"index": 2, "type": 131, "value": "44556677"}]})");
-    config["versions"] = {versions.at(version)};
-    if (version == 3)
-    {
-        config["capabilities"]["multiKey"] = "negotiable";
-    }
+    nlohmann::json config = in_process::configOf(versions.at(version));
     if (chunks && version >= 2)
     {
         config["capabilities"]["chunking"] = true;
@@ -130,7 +116,7 @@ Bytes withoutReserved(Bytes message)
 }
 
 /** A conversation with a device, some of whose answers are changed. */
-class Conversation
+class Conversation : public in_process::Responder
 {
   public:
     explicit Conversation(fuzz::Reader& reader) :
@@ -156,7 +142,7 @@ class Conversation
         return (kind & 8) != 0;
     }
 
-    bool answer(const Bytes& request, Bytes& response)
+    bool answer(const Bytes& request, Bytes& response) override
     {
         const uint8_t code = request.size() > 2 ? request[2] : 0;
         challenged = challenged || code == challenge;
@@ -206,8 +192,6 @@ class Conversation
     bool forged{false};
 };
 
-Conversation* current = nullptr;
-
 /** A connection that is there and that nobody looks at: what would use it is
  *  replaced below. */
 DbusConnPtr unusedConnection()
@@ -224,15 +208,9 @@ void fuzz::target(Input input)
 {
     Reader reader(input);
     Conversation conversation(reader);
-    current = &conversation;
     SpdmLib::connection = unusedConnection();
-    libspdm_return_t status = SpdmLib::initialize();
-    if (!LIBSPDM_STATUS_IS_ERROR(status))
-    {
-        status = SpdmLib::authenticateTarget(
-            address, conversation.usesRoot() ? roots() : "");
-    }
-    SpdmLib::uninitialize();
+    const libspdm_return_t status = in_process::attest(
+        conversation, conversation.usesRoot() ? roots() : "");
     SpdmLib::connection.reset();
     require(status != LIBSPDM_STATUS_SUCCESS || !conversation.isForged(),
             "nothing unsigned is taken for signed");
@@ -250,21 +228,13 @@ bool SpdmLib::findEndpoint(const std::string& /*service*/, uint32_t wanted,
                            uint8_t& eid)
 {
     eid = 9;
-    return wanted == address;
+    return wanted == in_process::address;
 }
 
 bool SpdmLib::lookUpTarget(uint32_t wanted)
 {
     mctpService = getMCTPServices().front();
     return findEndpoint(mctpService, wanted, targetEid);
-}
-
-int SpdmLib::sendRecvMctpMsg(uint8_t /*eid*/,
-                             std::vector<unsigned char>& request,
-                             std::vector<unsigned char>& response,
-                             uint16_t /*timeoutMs*/)
-{
-    return current->answer(request, response) ? 0 : -1;
 }
 
 } // namespace mctp::spdm

@@ -1,18 +1,14 @@
+#include "in_process.hpp"
 #include "io/common/spdm/Measurements.hpp"
-#include "io/common/spdm/Spdm.hpp"
-#include "sim/spdm/device.hpp"
 
 #include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
 
 #include <cstdlib>
 #include <random>
 #include <string>
 
-// The whole requester in one process with a device whose answers are changed
-// on their way. Only the endpoint lookup goes over the bus: the exchange is
-// replaced by the one below, the loopback socket stays.
+// A device whose answers are changed on their way. Only the endpoint lookup
+// goes over the bus.
 
 using mctp::spdm::SpdmLib;
 using sim::spdm::Bytes;
@@ -20,11 +16,10 @@ using sim::spdm::Bytes;
 namespace
 {
 
-constexpr uint32_t address = 0x8c0000;
 constexpr uint8_t challengeRequest = 0x83;
 
 /** Changes one answer of a conversation, the others pass. */
-class HostileDevice
+class HostileDevice : public in_process::Responder
 {
   public:
     // Each conversation begins with a seed of its own, the same in every run.
@@ -44,7 +39,7 @@ class HostileDevice
         target = std::uniform_int_distribution<unsigned>(0, 13)(random);
     }
 
-    bool answer(const Bytes& request, Bytes& response)
+    bool answer(const Bytes& request, Bytes& response) override
     {
         challenged = challenged || request.at(2) == challengeRequest;
         const std::optional<Bytes> honest = device.handle(request);
@@ -139,41 +134,12 @@ class HostileDevice
     bool changedBeforeChallenge{false};
 };
 
-HostileDevice* current = nullptr;
-
-nlohmann::json configFor(const char* version)
-{
-    auto config = nlohmann::json::parse(R"({
-        "capabilities": {"multiKey": "none"},
-        "slots": [{"slot": 0, "intermediates": 1, "keyUsage": 6}],
-        "measurements": [
-            {"index": 1, "type": 1, "value": "00112233", "size": 48},
-            {"index": 2, "type": 131, "value": "44556677"}]})");
-    config["versions"] = {version};
-    if (std::string(version) == "1.3")
-    {
-        config["capabilities"]["multiKey"] = "negotiable";
-    }
-    return config;
-}
-
 unsigned countFromEnvironment()
 {
     const char* text = std::getenv("HOSTILE_COUNT");
     return text != nullptr
              ? static_cast<unsigned>(std::strtoul(text, nullptr, 10))
              : 200;
-}
-
-libspdm_return_t attest()
-{
-    libspdm_return_t status = SpdmLib::initialize();
-    if (!LIBSPDM_STATUS_IS_ERROR(status))
-    {
-        status = SpdmLib::authenticateTarget(address, "/run/hostile/roots");
-    }
-    SpdmLib::uninitialize();
-    return status;
 }
 
 class Hostile : public ::testing::TestWithParam<const char*>
@@ -192,14 +158,14 @@ class Hostile : public ::testing::TestWithParam<const char*>
 
 TEST_P(Hostile, NothingUnsignedIsTakenForSigned)
 {
-    sim::spdm::KeyStore keys("/run/hostile/roots");
-    HostileDevice device(configFor(GetParam()), keys);
-    current = &device;
+    const char* const roots = "/run/hostile/roots";
+    sim::spdm::KeyStore keys(roots);
+    HostileDevice device(in_process::configOf(GetParam()), keys);
     unsigned succeeded = 0;
     for (unsigned seed = 0; seed < countFromEnvironment(); ++seed)
     {
         device.begin(seed);
-        const libspdm_return_t status = attest();
+        const libspdm_return_t status = in_process::attest(device, roots);
         succeeded += status == 0 ? 1 : 0;
         ASSERT_FALSE(status == 0 && device.mustFail())
             << "seed " << seed << ": " << device.told();
@@ -219,16 +185,3 @@ INSTANTIATE_TEST_SUITE_P(Versions, Hostile,
                          });
 
 } // namespace
-
-namespace mctp::spdm
-{
-
-int SpdmLib::sendRecvMctpMsg(uint8_t /*eid*/,
-                             std::vector<unsigned char>& request,
-                             std::vector<unsigned char>& response,
-                             uint16_t /*timeoutMs*/)
-{
-    return current->answer(request, response) ? 0 : -1;
-}
-
-} // namespace mctp::spdm
