@@ -10,6 +10,7 @@ import ctypes
 import os
 import pathlib
 import select
+import shlex
 import signal
 import socket
 import subprocess
@@ -233,13 +234,19 @@ def start_journal():
                 return process
 
 
+def runnable(program):
+    """The words that run a program of the build: what it was built for may be
+    another machine, and Meson then names an emulator."""
+    return [*shlex.split(os.environ.get("MESON_EXE_WRAPPER", "")), program]
+
+
 def start_bmc(program, scenarios, log, bus=BUS_ADDRESS):
     """Starts the simulated BMC; returns when it owns all its names.
 
     Its complaint about a scenario becomes the Failure's text.
     """
     process = start_process(
-        [program, "--bus", bus, "--log", log, *scenarios], "bmcsim",
+        [*runnable(program), "--bus", bus, "--log", log, *scenarios], "bmcsim",
         stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     try:
         _wait_readable(process.stdout, process, "bmcsim")

@@ -8,8 +8,8 @@ import signal
 import subprocess
 import sys
 
-from sim_env import (END_SECONDS, ROOT, Failure, enter, start_bmc, start_bus,
-                     start_journal)
+from sim_env import (END_SECONDS, ROOT, Failure, enter, runnable, start_bmc,
+                     start_bus, start_journal)
 
 _LIBC = ctypes.CDLL(None, use_errno=True)
 _PR_SET_CHILD_SUBREAPER = 36  # linux/prctl.h
@@ -78,10 +78,11 @@ def _end_command(process, number):
     return -number
 
 
-def _command(words):
+def _command(words, build):
     """The command, or an interactive shell that says where it is."""
     if words:
-        return words
+        built = pathlib.Path(words[0]).resolve().is_relative_to(build)
+        return [*runnable(words[0]), *words[1:]] if built else words
     os.environ["PS1"] = "(simulator) \\w # "
     return ["bash", "--norc", "-i"]
 
@@ -107,7 +108,7 @@ def main(words):
         start_bmc(str(program), [str(scenario)], "/run/bmcsim.log")
         os.environ["PATH"] = f"{build}/tool:{os.environ['PATH']}"
         os.environ["SIM_LOG"] = "/run/bmcsim.log"
-        return _run(_command(words))
+        return _run(_command(words, build))
     except Interrupted as interrupted:
         return 128 + interrupted.number
     finally:

@@ -24,7 +24,10 @@ class FrontTest : public testing::Test
         write(folder / "config", Bytes(json.begin(), json.end()));
         write(folder / "input", input);
         std::string in = folder.string();
-        std::string command = SPDM_DEVICE " " + in + "/config " + in +
+        // Meson names the emulator that a foreign program needs.
+        const char* emulator = std::getenv("MESON_EXE_WRAPPER");
+        std::string command = std::string(emulator != nullptr ? emulator : "") +
+                              " " SPDM_DEVICE " " + in + "/config " + in +
                               "/keys < " + in + "/input > " + in +
                               "/output 2> " + in + "/errors";
         // The words are the build's and the fixture's own.

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstdint>
 #include <stdexcept>
+#include <string>
 
 namespace
 {
@@ -68,7 +71,7 @@ TEST(EventParams, numbersKeepTheirLowByte)
     EXPECT_EQ(readEventParams("slot=256").slot, 0);
     EXPECT_EQ(readEventParams("slot=-1").slot, 255);
     EXPECT_EQ(readEventParams("slot=-2").slot, 254);
-    EXPECT_EQ(readEventParams("slot=18446744073709551615").slot, 255);
+    EXPECT_EQ(readEventParams("slot=" + std::to_string(ULONG_MAX)).slot, 255);
 }
 
 TEST(EventParams, numbersAreReadInBaseTenUpToTheFirstOtherCharacter)
@@ -137,10 +140,22 @@ TEST(HiddenRequest, isAskedForByItsKey)
 
 TEST(HiddenRequest, numbersKeepTheirLow32Bits)
 {
-    const auto request = readHiddenRequest("hide=4294967298;delay=-1");
+    const auto request = readHiddenRequest("hide=2;delay=-1");
     ASSERT_TRUE(request);
     EXPECT_EQ(request->type, 2U);
     EXPECT_EQ(request->delay, 4294967295U);
+}
+
+TEST(HiddenRequest, aNumberOfMoreThan32BitsIsCutWhereItIsRead)
+{
+    if (ULONG_MAX > UINT32_MAX)
+    {
+        EXPECT_EQ(readHiddenRequest("hide=4294967298")->type, 2U);
+    }
+    else
+    {
+        EXPECT_THROW(readHiddenRequest("hide=4294967298"), std::out_of_range);
+    }
 }
 
 struct Selection
