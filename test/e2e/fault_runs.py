@@ -65,7 +65,12 @@ def _wait_met(bmc, step, session, bus):
         return
     wanted = step.match.get("args", [])
     count = 1
-    while bmc.wait_call(step.member, count).args[:len(wanted)] != wanted:
+    while True:
+        # Others are asked for members of the same name.
+        call = bmc.wait_call(step.member, count)
+        if (call.destination == step.owner and
+                call.args[:len(wanted)] == wanted):
+            break
         count += 1
     # Two round trips through the service: behind them its reply is through.
     for _ in range(2 if step.waits else 0):
