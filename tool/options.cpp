@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-bool parseOptions(int argc, char* argv[], Options& options)
+bool tool::parseOptions(int argc, char* argv[], Options& options)
 {
     int option = 0;
     while ((option = getopt(argc, argv, "hvs:a:o:t:r:p:f:")) != -1)

@@ -1,6 +1,32 @@
 #pragma once
 
-#include "io/common/src/Options.hpp"
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace tool
+{
+
+/** The parsed command line: built once, then handed to every operation.
+ *
+ *  A value of 0 of `address` and `resourceId` means "not given"; an explicit
+ *  zero is not told apart from an absent option.
+ */
+struct Options
+{
+    std::string operation{"list"}; //!< -o
+    std::string target;            //!< -t
+    std::string reservedText;      //!< carried, set by no option
+    std::string params;            //!< -p
+    std::string service;           //!< -s, the word of a service's name
+    std::string file;              //!< -f
+    uint32_t address{0};           //!< -a, hexadecimal
+    uint8_t reservedByte{0};       //!< carried, set by no option
+    int32_t resourceId{0};         //!< -r, decimal
+    bool verbose{false};           //!< -v
+    /** Taken just before the operation starts. */
+    std::chrono::system_clock::time_point startTime;
+};
 
 /** Read the command line; a later repetition of an option wins.
  *
@@ -9,3 +35,5 @@
  *          error)
  */
 bool parseOptions(int argc, char* argv[], Options& options);
+
+} // namespace tool

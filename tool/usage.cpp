@@ -1,7 +1,7 @@
 #include "tool/usage.hpp"
 
 // clang-format off
-const std::string_view usageText =
+const std::string_view tool::usageText =
     "usage:\r\n"
     "    zantric <-a addr> <-s service> -o [operation] <-t target> <-r resource id> <-p params> <-f file> <-v>\r\n"
     "      operation: \r\n"

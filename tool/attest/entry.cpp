@@ -1,6 +1,5 @@
 #include "io/common/spdm/Spdm.hpp"
-#include "io/common/src/Options.hpp"
-#include "io/common/src/Output.hpp"
+#include "tool/attest/module.hpp"
 
 #include <exception>
 
@@ -30,11 +29,12 @@ struct Session
     }
 };
 
-bool run(const DbusConnPtr& bus, const Options& options)
+bool run(const DbusConnPtr& bus, uint32_t address,
+         const std::string& rootCertDir)
 {
     const Session session(bus);
     return SpdmLib::initialize() == LIBSPDM_STATUS_SUCCESS &&
-           SpdmLib::authenticateTarget(options.address, options.file) ==
+           SpdmLib::authenticateTarget(address, rootCertDir) ==
                LIBSPDM_STATUS_SUCCESS;
 }
 
@@ -48,15 +48,19 @@ extern "C"
 
     /** See attest::Entry. No exception leaves the module. */
     [[gnu::visibility("default")]] bool
-    zantricAttest(const DbusConnPtr& bus, const Options& options) noexcept
+    zantricAttest(const DbusConnPtr& bus, uint32_t address,
+                  const std::string& rootCertDir, attest::Print print) noexcept
     {
         try
         {
-            return run(bus, options);
+            SpdmLib::print = print;
+            return run(bus, address, rootCertDir);
         }
         catch (const std::exception& failure)
         {
-            io::out::line({"Attest Device: ", failure.what()});
+            print("Attest Device: ");
+            print(failure.what());
+            print("\n");
             return false;
         }
     }

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/Options.hpp"
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /** Attestation is a module of its own, so that no other operation loads the
@@ -11,11 +12,16 @@
 namespace attest
 {
 
-/** What the module does: attest the device of the options.
+/** How the module prints: text for standard output, as it stands. */
+using Print = void (*)(std::string_view text) noexcept;
+
+/** What the module does: attest the device at an address.
  *
+ *  @param rootCertDir folder of root certificates, may be empty
  *  @return true on success; what went wrong is in the journal or printed
  */
-using Entry = bool (*)(const DbusConnPtr& bus, const Options& options) noexcept;
+using Entry = bool (*)(const DbusConnPtr& bus, uint32_t address,
+                       const std::string& rootCertDir, Print print) noexcept;
 
 /** The module's symbols: the entry, and the version that it was built for. */
 inline constexpr const char* entrySymbol = "zantricAttest";

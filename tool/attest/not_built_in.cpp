@@ -1,8 +1,8 @@
-#include "io/common/src/Output.hpp"
-#include "tool/operations.hpp"
+#include "tool/attest/attest.hpp"
+#include "tool/output.hpp"
 
-bool operation::attest(const DbusConnPtr& /*bus*/, Options& /*options*/)
+bool tool::attestDevice(const DbusConnPtr& /*bus*/, const Options& /*options*/)
 {
-    io::out::line({"Attestation is not built in"});
+    out::line("Attestation is not built in");
     return false;
 }

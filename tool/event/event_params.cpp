@@ -1,7 +1,11 @@
 #include "tool/event/event_params.hpp"
 
-#include <cstdio>
+#include "io/common/src/Text.hpp"
+
 #include <string_view>
+
+namespace tool
+{
 
 namespace
 {
@@ -76,9 +80,11 @@ EventKind selectEvent(const EventParams& params, uint32_t address)
 
 std::string describeDevice(uint32_t address, uint8_t slot)
 {
-    char text[32];
-    std::snprintf(text, sizeof(text), "%02X:%02X:%02X in Slot %u",
-                  address >> 24, address >> 16 & 0xFF, address >> 8 & 0xFF,
-                  unsigned{slot});
-    return text;
+    using io::text::upperHex;
+    return io::text::cat({upperHex(address >> 24, 2), ":",
+                          upperHex(address >> 16 & 0xFF, 2), ":",
+                          upperHex(address >> 8 & 0xFF, 2), " in Slot ",
+                          io::text::decimal(slot)});
 }
+
+} // namespace tool

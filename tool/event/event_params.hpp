@@ -4,6 +4,9 @@
 #include <optional>
 #include <string>
 
+namespace tool
+{
+
 /** What `-p` asks of the event operation.
  *
  *  A key ("slot=") is looked for in the whole text and its value starts behind
@@ -54,3 +57,5 @@ EventKind selectEvent(const EventParams& params, uint32_t address);
 
 /** A PCIe device in the audit log's words: "3B:00:00 in Slot 3". */
 std::string describeDevice(uint32_t address, uint8_t slot);
+
+} // namespace tool

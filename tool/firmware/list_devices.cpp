@@ -1,13 +1,16 @@
 #include "tool/firmware/list_devices.hpp"
 
-#include "io/common/src/Output.hpp"
-#include "tool/firmware/updater.hpp"
-#include "tool/json/document.hpp"
+#include "io/common/src/Text.hpp"
+#include "tool/firmware/update.hpp"
+#include "tool/guard.hpp"
+#include "tool/json/fetch.hpp"
 #include "tool/json/read.hpp"
-
-#include <exception>
+#include "tool/output.hpp"
 
 using nlohmann::json;
+
+namespace tool
+{
 
 namespace
 {
@@ -23,35 +26,30 @@ FirmwareDevice readDevice(const json& record)
             readOr(record, {"ControllerAddress"}, uint32_t{0})};
 }
 
-void printDevice(const FirmwareDevice& device)
-{
-    io::out::line({"  P/N: ", device.partNumber});
-    io::out::print("    [%s] Model: %s, ID: %s, F/W: %s, UpdateMethod: %s, "
-                   "Controller: 0x%x\n",
-                   device.name.c_str(), device.model.c_str(),
-                   device.identifier.c_str(), device.firmwareVersion.c_str(),
-                   device.updateMethod.c_str(), device.controllerAddress);
-}
-
 void printGroup(const std::string& service, const char* group,
                 const std::vector<FirmwareDevice>& devices)
 {
-    io::out::line({"Get ", service,
-                   " devices: ", std::to_string(devices.size()), " devices"});
-    io::out::line({group, " devices management by ", service});
+    out::line({"Get ", service, " devices: ", std::to_string(devices.size()),
+               " devices"});
+    out::line({group, " devices management by ", service});
     for (const FirmwareDevice& device : devices)
     {
-        printDevice(device);
+        out::line({"  P/N: ", device.partNumber});
+        out::line(firmwareLine(device));
     }
 }
 
-bool fail(const std::string& reason)
-{
-    io::out::line({"Failed to get device list. ", reason});
-    return false;
-}
-
 } // namespace
+
+std::string firmwareLine(const FirmwareDevice& device)
+{
+    return io::text::cat(
+        {"    [", device.name.c_str(), "] Model: ", device.model.c_str(),
+         ", ID: ", device.identifier.c_str(),
+         ", F/W: ", device.firmwareVersion.c_str(),
+         ", UpdateMethod: ", device.updateMethod.c_str(), ", Controller: 0x",
+         io::text::hex(device.controllerAddress)});
+}
 
 std::vector<FirmwareDevice> readDevices(const json& list, const char* group)
 {
@@ -71,23 +69,22 @@ std::vector<FirmwareDevice> readDevices(const json& list, const char* group)
 bool listUpdatableDevices(const DbusConnPtr& bus, const Options& options,
                           bool updatable)
 {
+    constexpr const char* failed = "Failed to get device list. ";
     const char* group = updatable ? "Updatable" : "Unupdatable";
-    try
+    const auto list = [&]
     {
-        sdbusplus::message_t reply =
-            io::bus::callMethod(bus, io::bus::serviceName(options.service),
-                                io::bus::servicePath(options.service),
-                                firmwareUpdater, "GetUpdatableDevices");
-        if (reply.is_method_error())
+        const io::bus::Service service(options.service);
+        const auto devices = fetchDocument(bus, service.at(firmwareUpdater),
+                                           "GetUpdatableDevices");
+        if (!devices)
         {
-            return fail(io::bus::errorText(reply));
+            out::line({failed, devices.error().text});
+            return false;
         }
-        const json list = parseDocument(io::bus::readText(reply));
-        printGroup(options.service, group, readDevices(list, group));
+        printGroup(options.service, group, readDevices(*devices, group));
         return true;
-    }
-    catch (const std::exception& failure)
-    {
-        return fail(failure.what());
-    }
+    };
+    return guarded(failed, list);
 }
+
+} // namespace tool

@@ -1,13 +1,16 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/Options.hpp"
+#include "tool/options.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
 #include <string>
 #include <vector>
+
+namespace tool
+{
 
 /** A device as a service's update interface describes it. */
 struct FirmwareDevice
@@ -31,6 +34,9 @@ struct FirmwareDevice
 std::vector<FirmwareDevice> readDevices(const nlohmann::json& list,
                                         const char* group);
 
+/** The line of a device; its texts end at a NUL. */
+std::string firmwareLine(const FirmwareDevice& device);
+
 /** Print the devices whose firmware the service of `-s` looks after.
  *
  *  @param updatable those that it can update, or else those that it cannot
@@ -38,3 +44,5 @@ std::vector<FirmwareDevice> readDevices(const nlohmann::json& list,
  */
 bool listUpdatableDevices(const DbusConnPtr& bus, const Options& options,
                           bool updatable);
+
+} // namespace tool

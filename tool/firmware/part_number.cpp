@@ -2,6 +2,9 @@
 
 #include <string_view>
 
+namespace tool
+{
+
 std::optional<std::string> partNumberOfFile(const std::string& file)
 {
     const std::size_t slash = file.rfind('/');
@@ -24,3 +27,5 @@ std::optional<std::string> partNumberOfParams(const std::string& params)
     }
     return params.substr(at + key.size());
 }
+
+} // namespace tool

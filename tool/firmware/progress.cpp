@@ -1,20 +1,29 @@
 #include "tool/firmware/progress.hpp"
 
-#include "io/common/src/Bus.hpp"
-#include "io/common/src/Output.hpp"
-#include "tool/json/document.hpp"
+#include "io/common/src/JsonText.hpp"
+#include "io/common/src/Text.hpp"
+#include "tool/firmware/update.hpp"
+#include "tool/guard.hpp"
 #include "tool/json/read.hpp"
+#include "tool/output.hpp"
+
+#include <sdbusplus/asio/connection.hpp>
 
 #include <array>
-#include <exception>
 #include <limits>
 #include <stdexcept>
 #include <string>
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
+
+using io::text::cat;
+using io::text::decimal;
 
 struct Member
 {
@@ -50,16 +59,16 @@ uint32_t toCounter(const json& value, const Member& member)
 void followProgress(const std::string& text)
 {
     ProgressRecord record;
-    const char* missing = readProgress(parseDocument(text), record);
+    const char* missing = readProgress(io::parseJson(text), record);
     if (missing != nullptr)
     {
-        io::out::line({"Update signal data has no ", missing});
+        out::line({"Update signal data has no ", missing});
         return;
     }
     printProgress(record);
     if (const std::optional<int> status = exitStatusOf(record))
     {
-        io::out::exitProcess(*status);
+        out::exitProcess(*status);
     }
 }
 
@@ -90,36 +99,52 @@ std::optional<int> exitStatusOf(const ProgressRecord& record)
     return done ? std::optional(0) : std::nullopt;
 }
 
-void printProgress(const ProgressRecord& record)
+std::string progressLine(const ProgressRecord& record)
 {
     if (record.errorCode != 0)
     {
-        io::out::print("Update failed, rc = 0x%x. Updated %u/%u devices\n",
-                       record.errorCode, record.completed, record.total);
-        return;
+        return cat({"Update failed, rc = 0x", io::text::hex(record.errorCode),
+                    ". Updated ", decimal(record.completed), "/",
+                    decimal(record.total), " devices"});
     }
     if (record.progress == 0)
     {
-        io::out::line({"Preparing..."});
-        return;
+        return "Preparing...";
     }
-    // ECMA-48: cursor up (CUU), erase to the end of the line (EL).
-    io::out::write("\x1b[A");
-    io::out::write("\x1b[K");
-    io::out::print("Progress %u%%, Completed %u/%u, Elapsed Time(s) = %u, "
-                   "Estimated Remaining Time(s) = %u\n",
-                   record.progress, record.completed, record.total,
-                   record.elapsed, record.remaining);
+    return cat({"Progress ", decimal(record.progress), "%, Completed ",
+                decimal(record.completed), "/", decimal(record.total),
+                ", Elapsed Time(s) = ", decimal(record.elapsed),
+                ", Estimated Remaining Time(s) = ", decimal(record.remaining)});
+}
+
+void printProgress(const ProgressRecord& record)
+{
+    if (record.errorCode == 0 && record.progress != 0)
+    {
+        // ECMA-48: cursor up (CUU), erase to the end of the line (EL).
+        out::write("\x1b[A");
+        out::write("\x1b[K");
+    }
+    out::line(progressLine(record));
+}
+
+sdbusplus::bus::match_t subscribeProgress(const DbusConnPtr& bus)
+{
+    return {*bus,
+            io::bus::signalRule(firmwareUpdater, "DeviceUpdateStatusChanged"),
+            deviceUpdateStatusChangedCallback};
 }
 
 void deviceUpdateStatusChangedCallback(sdbusplus::message_t& message)
 {
-    try
-    {
-        followProgress(io::bus::readText(message));
-    }
-    catch (const std::exception& failure)
-    {
-        io::out::line({"F/W update callback: ", failure.what()});
-    }
+    guarded("F/W update callback: ",
+            [&]
+            {
+                std::string text;
+                message.read(text);
+                followProgress(text);
+                return true;
+            });
 }
+
+} // namespace tool

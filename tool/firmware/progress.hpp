@@ -1,10 +1,16 @@
 #pragma once
 
+#include "io/common/src/Bus.hpp"
+
 #include <nlohmann/json.hpp>
-#include <sdbusplus/message.hpp>
+#include <sdbusplus/bus/match.hpp>
 
 #include <cstdint>
 #include <optional>
+#include <string>
+
+namespace tool
+{
 
 /** What a service reports about a running update, in the order it is read. */
 struct ProgressRecord
@@ -30,11 +36,17 @@ const char* readProgress(const nlohmann::json& data, ProgressRecord& record);
 /** Exit status that a record ends the update with; none while it goes on. */
 std::optional<int> exitStatusOf(const ProgressRecord& record);
 
-/** Print where the update stands.
+/** Where the update stands. */
+std::string progressLine(const ProgressRecord& record);
+
+/** Print it.
  *
  *  A percentage line takes the place of the line above it on a terminal.
  */
 void printProgress(const ProgressRecord& record);
+
+/** Watch for a service's progress signals. */
+[[nodiscard]] sdbusplus::bus::match_t subscribeProgress(const DbusConnPtr& bus);
 
 /** Handle one progress signal: a JSON text.
  *
@@ -42,3 +54,5 @@ void printProgress(const ProgressRecord& record);
  *  it failed. What cannot be read is reported and ignored.
  */
 void deviceUpdateStatusChangedCallback(sdbusplus::message_t& message);
+
+} // namespace tool

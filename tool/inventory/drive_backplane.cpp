@@ -1,10 +1,9 @@
 #include "tool/inventory/drive_backplane.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Text.hpp"
+#include "tool/output.hpp"
 
 #include <phosphor-logging/lg2.hpp>
-
-#include <cstdio>
 
 namespace storage
 {
@@ -47,26 +46,27 @@ DriveBackplane readBackplane(const BackplaneProperties& properties)
 
 std::string formatBackplane(const DriveBackplane& backplane)
 {
-    char place[64];
-    std::snprintf(place, sizeof(place), ": i2c-%u, bay[%u-%u], formfactor=",
-                  unsigned{backplane.i2cBus}, unsigned{backplane.startSlot},
-                  unsigned{backplane.startSlot} + backplane.numberOfSlots);
-    return backplane.name + place + backplane.formFactor +
-           ", location=" + backplane.location;
+    using io::text::decimal;
+    const unsigned start = backplane.startSlot;
+    return io::text::cat({backplane.name, ": i2c-", decimal(backplane.i2cBus),
+                          ", bay[", decimal(start), "-",
+                          decimal(start + backplane.numberOfSlots),
+                          "], formfactor=", backplane.formFactor,
+                          ", location=", backplane.location});
 }
 
 } // namespace storage
 
-bool showBackplanes(const DbusConnPtr& bus)
+bool tool::showBackplanes(const DbusConnPtr& bus, const Options& /*options*/)
 {
     std::vector<std::shared_ptr<storage::DriveBackplane>> backplanes;
-    if (fetchDriveBackplaneObjects(bus, backplanes) != 0)
+    if (storage::fetchDriveBackplaneObjects(bus, backplanes) != 0)
     {
         return false;
     }
     for (const auto& backplane : backplanes)
     {
-        io::out::line({storage::formatBackplane(*backplane)});
+        out::line(storage::formatBackplane(*backplane));
     }
     return true;
 }

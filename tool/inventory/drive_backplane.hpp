@@ -1,9 +1,11 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
+#include "tool/options.hpp"
+
+#include <boost/container/flat_map.hpp>
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <variant>
@@ -29,8 +31,9 @@ struct DriveBackplane
 /** Properties of a backplane object; a value of any other type is the empty
  *  alternative. */
 using BackplaneProperties =
-    std::map<std::string, std::variant<std::monostate, bool, uint8_t,
-                                       std::vector<uint8_t>, std::string>>;
+    boost::container::flat_map<std::string,
+                               std::variant<std::monostate, bool, uint8_t,
+                                            std::vector<uint8_t>, std::string>>;
 
 /** The backplane that the properties describe.
  *
@@ -42,8 +45,6 @@ DriveBackplane readBackplane(const BackplaneProperties& properties);
 /** A backplane in one line; the range of bays ends one past the last. */
 std::string formatBackplane(const DriveBackplane& backplane);
 
-} // namespace storage
-
 /** Fetch the server's drive backplanes in the object mapper's order.
  *
  *  @param[out] backplanes is appended to
@@ -51,10 +52,17 @@ std::string formatBackplane(const DriveBackplane& backplane);
  */
 int fetchDriveBackplaneObjects(
     const DbusConnPtr& bus,
-    std::vector<std::shared_ptr<storage::DriveBackplane>>& backplanes);
+    std::vector<std::shared_ptr<DriveBackplane>>& backplanes);
+
+} // namespace storage
+
+namespace tool
+{
 
 /** Print the server's drive backplanes, a line each.
  *
  *  @return true when they could be fetched; nothing is printed when not
  */
-bool showBackplanes(const DbusConnPtr& bus);
+bool showBackplanes(const DbusConnPtr& bus, const Options& options);
+
+} // namespace tool

@@ -1,15 +1,14 @@
 #include "tool/inventory/show_objects.hpp"
 
-#include "io/common/src/Output.hpp"
 #include "tool/json/print.hpp"
+#include "tool/output.hpp"
 
-#include <cstdint>
-#include <exception>
-
-namespace mapper = io::mapper;
 using nlohmann::json;
 
-json objectDocument(const mapper::SubTree& tree, const std::string& service)
+namespace tool
+{
+
+json objectDocument(const io::mapper::SubTree& tree, const std::string& service)
 {
     json document = json::object();
     for (const auto& [path, services] : tree)
@@ -40,47 +39,38 @@ bool getSubTree(const DbusConnPtr& bus, const std::string& searchPath,
 {
     if (searchPath.empty() || requiredInterfaces.empty() || !found.is_null())
     {
-        io::out::line({"getSubTree failed, invalid parameter: searchPath ",
-                       searchPath, " requiredInterfaces size ",
-                       std::to_string(requiredInterfaces.size())});
+        out::line({"getSubTree failed, invalid parameter: searchPath ",
+                   searchPath, " requiredInterfaces size ",
+                   std::to_string(requiredInterfaces.size())});
         return false;
     }
-    sdbusplus::message_t reply = io::bus::callMethod(
-        bus, mapper::service, mapper::path, mapper::interface, "GetSubTree",
-        searchPath, int32_t{2}, requiredInterfaces);
-    if (reply.is_method_error())
+    const auto tree = io::mapper::getSubTree(bus, searchPath.c_str(), 2,
+                                             requiredInterfaces.front());
+    if (!tree)
     {
-        io::out::line({"getSubTree(", requiredInterfaces.front(), ") failed"});
+        out::line({"getSubTree(", requiredInterfaces.front(), ") failed"});
         return false;
     }
-    mapper::SubTree tree;
-    reply.read(tree);
-    found = objectDocument(tree, service);
+    found = objectDocument(*tree, service);
     return true;
 }
 
 bool showObjects(const DbusConnPtr& bus, const Options& options)
 {
-    try
+    const std::string interface =
+        options.file.empty() ? "com.mervax.Inventory.Item.SoftwareInventory"
+                             : options.file;
+    const std::string service = options.service.empty()
+                                  ? std::string()
+                                  : io::bus::Service(options.service).name();
+    json document;
+    if (!getSubTree(bus, "/xyz/openbmc_project/inventory", {interface}, service,
+                    document))
     {
-        const std::string interface =
-            options.file.empty() ? "com.mervax.Inventory.Item.SoftwareInventory"
-                                 : options.file;
-        const std::string service = options.service.empty()
-                                      ? std::string()
-                                      : io::bus::serviceName(options.service);
-        json document;
-        if (!getSubTree(bus, "/xyz/openbmc_project/inventory", {interface},
-                        service, document))
-        {
-            return false;
-        }
-        printJson(document, 0);
-        return true;
-    }
-    catch (const std::exception& failure)
-    {
-        io::out::line({"showObjects exception: ", failure.what()});
         return false;
     }
+    printJson(document, 0);
+    return true;
 }
+
+} // namespace tool

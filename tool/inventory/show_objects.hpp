@@ -2,19 +2,23 @@
 
 #include "io/common/src/Bus.hpp"
 #include "io/common/src/ObjectMapper.hpp"
-#include "io/common/src/Options.hpp"
+#include "tool/options.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <string>
 #include <vector>
 
+namespace tool
+{
+
 /** Print which services publish which inventory objects with an interface.
  *
  *  The interface is named by `-f`, and `-s` keeps one of the BMC's own
  *  services only.
  *
- *  @return true when the document was printed; prints what goes wrong itself
+ *  @return true when the document was printed, else prints what went wrong
+ *  @throw sdbusplus::exception::SdBusError when the mapper gave no answer
  */
 bool showObjects(const DbusConnPtr& bus, const Options& options);
 
@@ -36,3 +40,5 @@ bool getSubTree(const DbusConnPtr& bus, const std::string& searchPath,
  */
 nlohmann::json objectDocument(const io::mapper::SubTree& tree,
                               const std::string& service);
+
+} // namespace tool

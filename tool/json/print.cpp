@@ -1,19 +1,22 @@
 #include "tool/json/print.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Text.hpp"
 #include "tool/json/read.hpp"
+#include "tool/output.hpp"
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
-using io::out::line;
+using out::line;
 
 constexpr std::size_t keyWidth = 24;
 
@@ -25,9 +28,7 @@ std::string indentOf(unsigned level)
 
 std::string padded(std::string_view key)
 {
-    std::string field(key);
-    field.resize(std::max(field.size(), keyWidth), ' ');
-    return field;
+    return io::text::alignLeft(key, keyWidth);
 }
 
 bool contains(std::string_view key, std::string_view word)
@@ -45,10 +46,8 @@ std::string hexForm(std::string_view key, const json& number)
 {
     const bool isId = contains(key, "Id") || contains(key, "ID");
     const auto value = readValue<uint32_t>(number);
-    char text[16];
-    std::snprintf(text, sizeof(text), isId ? " : 0x%04x" : " : 0x%x",
-                  isId ? value & 0xFFFF : value);
-    return text;
+    return " : 0x" +
+           (isId ? io::text::hex(value & 0xFFFF, 4) : io::text::hex(value));
 }
 
 void printScalar(std::string_view indent, std::string_view key,
@@ -156,3 +155,5 @@ void printJson(const json& document, unsigned level)
         }
     }
 }
+
+} // namespace tool

@@ -2,6 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+namespace tool
+{
+
 /** Print a document on standard output in the tool's own layout.
  *
  *  A key per line with the JSON type of its value, objects and arrays between
@@ -16,3 +19,5 @@
  *  @throw nlohmann::json::type_error for text that is not UTF-8
  */
 void printJson(const nlohmann::json& document, unsigned level);
+
+} // namespace tool

@@ -2,6 +2,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 const json* findMember(const json& object, const char* key)
 {
     if (!object.is_object())
@@ -47,3 +50,5 @@ uint64_t toInteger(double number) noexcept
              ? static_cast<uint64_t>(static_cast<int64_t>(number))
              : 0;
 }
+
+} // namespace tool

@@ -7,6 +7,9 @@
 #include <string>
 #include <type_traits>
 
+namespace tool
+{
+
 /** Readers with defaults for members of documents that services send.
  *
  *  They behave as nlohmann's value() with a key or a pointer does, but a
@@ -66,3 +69,5 @@ T readOr(const nlohmann::json& item, std::initializer_list<const char*> keys,
 
 /** A text member, empty when it is missing. */
 std::string readText(const nlohmann::json& item, const char* key);
+
+} // namespace tool

@@ -1,15 +1,21 @@
 #include "tool/pcie/device.hpp"
 
+#include "io/common/src/Text.hpp"
 #include "tool/json/read.hpp"
 
 #include <array>
-#include <cstdio>
 #include <utility>
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
+
+using io::text::cat;
+using io::text::upperHex;
 
 constexpr std::array<std::pair<const char*, uint32_t PcieDevice::*>, 8>
     numericKeys{{
@@ -97,16 +103,6 @@ std::string portLabel(const json& port, std::size_t position)
     return label.empty() ? std::to_string(position) : label;
 }
 
-/** Format as printf does, into a text of whatever length it takes. */
-template <typename... Args>
-std::string formatted(const char* format, Args... args)
-{
-    const int size = std::snprintf(nullptr, 0, format, args...);
-    std::string text(static_cast<std::size_t>(size), '\0');
-    std::snprintf(text.data(), text.size() + 1, format, args...);
-    return text;
-}
-
 } // namespace
 
 PcieDevice readPcieDevice(const json& record)
@@ -144,12 +140,27 @@ std::string trailingText(const PcieDevice& device, const json& record)
 std::string deviceLine(const PcieDevice& device, const std::string& service,
                        uint8_t eid, const std::string& trailing)
 {
-    return formatted(
-        "%s %02u, Addr 0x%08X, [%04X %04X %04X %04X], %s, %s, EID(0x%02X)%s\n",
-        device.locationNumber == 0 ? "Onboard" : "   Slot", device.slotNumber,
-        device.pcieAddress, device.vendorId, device.deviceId,
-        device.subsystemVendorId, device.subsystemId, service.c_str(),
-        device.name.c_str(), unsigned{eid}, trailing.c_str());
+    return cat({device.locationNumber == 0 ? "Onboard" : "   Slot",
+                " ",
+                io::text::decimal(device.slotNumber, 2),
+                ", Addr 0x",
+                upperHex(device.pcieAddress, 8),
+                ", [",
+                upperHex(device.vendorId, 4),
+                " ",
+                upperHex(device.deviceId, 4),
+                " ",
+                upperHex(device.subsystemVendorId, 4),
+                " ",
+                upperHex(device.subsystemId, 4),
+                "], ",
+                service,
+                ", ",
+                device.name.c_str(),
+                ", EID(0x",
+                upperHex(eid, 2),
+                ")",
+                trailing.c_str()});
 }
 
 std::string partLine(const json& pcieDevice)
@@ -162,8 +173,8 @@ std::string partLine(const json& pcieDevice)
     {
         return "";
     }
-    return "            P/N: " + part + ";  SKU: " + sku + ";  S/N: " + serial +
-           ";  Manufacture: " + maker + "\n";
+    return cat({"            P/N: ", part.c_str(), ";  SKU: ", sku.c_str(),
+                ";  S/N: ", serial.c_str(), ";  Manufacture: ", maker.c_str()});
 }
 
 std::string portLine(const json& port, std::size_t position)
@@ -177,9 +188,12 @@ std::string portLine(const json& port, std::size_t position)
         mac = data->is_object() ? readText(*data, "PermanentAddress") : "";
         extras = portExtras(*data);
     }
-    return formatted(
-        "            [Port %s]  %s;  State: %8s;  Speed(Gbps): %.1f%s\n",
-        portLabel(port, position).c_str(), mac.c_str(),
-        readText(port, "LinkStatus").c_str(),
-        readOr(port, {"CurrentSpeedGbps"}, 0.0), extras.c_str());
+    return cat({"            [Port ", portLabel(port, position).c_str(), "]  ",
+                mac.c_str(), ";  State: ",
+                io::text::alignRight(readText(port, "LinkStatus").c_str(), 8),
+                ";  Speed(Gbps): ",
+                io::text::fixed(readOr(port, {"CurrentSpeedGbps"}, 0.0), 1),
+                extras.c_str()});
 }
+
+} // namespace tool

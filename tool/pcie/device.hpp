@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <string>
 
+namespace tool
+{
+
 /** The numbers that identify a PCIe device in an inventory service's record. */
 struct PcieDevice
 {
@@ -41,8 +44,11 @@ std::string trailingText(const PcieDevice& device,
 std::string deviceLine(const PcieDevice& device, const std::string& service,
                        uint8_t eid, const std::string& trailing);
 
-/** The line with part and serial number; empty when there is none of them. */
+/** The line with part and serial number, as the others without its end; empty
+ * when there is none of them. */
 std::string partLine(const nlohmann::json& pcieDevice);
 
 /** The line of the port at a position of the device's list. */
 std::string portLine(const nlohmann::json& port, std::size_t position);
+
+} // namespace tool

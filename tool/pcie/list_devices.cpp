@@ -1,26 +1,26 @@
 #include "tool/pcie/list_devices.hpp"
 
 #include "io/common/src/MctpRouting.hpp"
-#include "io/common/src/ObjectMapper.hpp"
-#include "io/common/src/Output.hpp"
-#include "tool/json/document.hpp"
+#include "io/common/src/Text.hpp"
+#include "tool/guard.hpp"
+#include "tool/json/fetch.hpp"
 #include "tool/json/read.hpp"
+#include "tool/output.hpp"
 #include "tool/pcie/device.hpp"
 #include "tool/pcie/system_state.hpp"
+#include "tool/services_with_interface.hpp"
 #include "tool/storage/list_targets.hpp"
 
 #include <ctime>
-#include <exception>
-#include <optional>
 #include <string>
-#include <unordered_map>
 
 using nlohmann::json;
 
-namespace
+namespace tool
 {
 
-constexpr const char* pcieInterface = "com.mervax.Inventory.PCIeDevice";
+namespace
+{
 
 void printHeader(const DbusConnPtr& bus)
 {
@@ -30,26 +30,10 @@ void printHeader(const DbusConnPtr& bus)
     std::string power = "Unknown";
     if (getChassisPowerState(bus, power))
     {
-        power = afterLastDot(power);
+        power = io::text::afterLastDot(power);
     }
-    char date[26];
-    io::out::print("Power: %s;  Boot Progress: %s;  %s", power.c_str(),
-                   progress.c_str(), ctime_r(&now, date));
-}
-
-/** Ask a service for its document; none when it answers with an error. */
-std::optional<json> getPCIeComplexes(const DbusConnPtr& bus,
-                                     const std::string& service,
-                                     const std::string& path)
-{
-    sdbusplus::message_t reply = io::bus::callMethod(
-        bus, service, path, pcieInterface, "GetPCIeDevices");
-    if (reply.is_method_error())
-    {
-        io::out::line({"getPCIeComplexes failed"});
-        return std::nullopt;
-    }
-    return parseDocument(io::bus::readText(reply));
+    out::line({"Power: ", power, ";  Boot Progress: ", progress, ";  ",
+               io::text::date(now)});
 }
 
 void printPorts(const json& record)
@@ -62,8 +46,23 @@ void printPorts(const json& record)
     std::size_t position = 0;
     for (const json& port : *ports)
     {
-        io::out::write(portLine(port, position++));
+        out::line(portLine(port, position++));
     }
+}
+
+void printInventory(const json& record)
+{
+    const json* inventory = findMember(record, "PCIeDevice");
+    if (inventory == nullptr)
+    {
+        return;
+    }
+    const std::string parts = partLine(*inventory);
+    if (!parts.empty())
+    {
+        out::line(parts);
+    }
+    printPorts(record);
 }
 
 /** List what hangs behind a storage controller, under its own line. */
@@ -86,15 +85,10 @@ void printDevice(const DbusConnPtr& bus, const json& record,
                  const std::string& service, const mctp::RoutingTable& routes)
 {
     const PcieDevice device = readPcieDevice(record);
-    const auto route = findRoutingEntry(routes, device.pcieAddress);
-    io::out::write(deviceLine(device, service, route ? route->eid : uint8_t{0},
-                              trailingText(device, record)));
-    const json* inventory = findMember(record, "PCIeDevice");
-    if (inventory != nullptr)
-    {
-        io::out::write(partLine(*inventory));
-        printPorts(record);
-    }
+    const auto route = mctp::findRoutingEntry(routes, device.pcieAddress);
+    out::line(deviceLine(device, service, route ? route->eid : uint8_t{0},
+                         trailingText(device, record)));
+    printInventory(record);
     if (isStorageController(device))
     {
         printStorage(bus, device, service);
@@ -105,59 +99,55 @@ void printDevice(const DbusConnPtr& bus, const json& record,
 bool printService(const DbusConnPtr& bus, const std::string& service,
                   const std::string& path, const mctp::RoutingTable& routes)
 {
-    const std::optional<json> document = getPCIeComplexes(bus, service, path);
-    const json* complexes =
-        document ? findMember(*document, "PCIeDeviceComplexes") : nullptr;
+    const auto document = fetchDocument(
+        bus, {service.c_str(), path.c_str(), pcieInterface}, "GetPCIeDevices");
+    if (!document)
+    {
+        out::line("getPCIeComplexes failed");
+        return false;
+    }
+    const json* complexes = findMember(*document, "PCIeDeviceComplexes");
     if (complexes == nullptr)
     {
         return false;
     }
+    const std::string shortName(io::text::afterLastDot(service));
     for (const json& record : *complexes)
     {
-        printDevice(bus, record, afterLastDot(service), routes);
+        printDevice(bus, record, shortName, routes);
     }
     return true;
-}
-
-bool tryService(const DbusConnPtr& bus, const std::string& service,
-                const std::string& path, const mctp::RoutingTable& routes)
-{
-    try
-    {
-        return printService(bus, service, path, routes);
-    }
-    catch (const std::exception& failure)
-    {
-        io::out::line({"getPCIeComplexes: ", service, ", ", path,
-                       "; exception: ", failure.what()});
-        return false;
-    }
 }
 
 } // namespace
 
 bool listPCIeDevices(const DbusConnPtr& bus, const Options& options)
 {
-    std::unordered_map<std::string, std::string> services;
+    ServicePaths services;
     if (!getServicesWithInterface(bus, options, pcieInterface, services))
     {
         if (!options.service.empty())
         {
-            io::out::line(
+            out::line(
                 {options.service, " does not have interface ", pcieInterface});
         }
         return false;
     }
     printHeader(bus);
-    const mctp::RoutingTable routes = getRoutingTable(bus);
+    const mctp::RoutingTable routes = mctp::getRoutingTable(bus);
     bool listed = true;
     for (const auto& [service, path] : services)
     {
-        listed = tryService(bus, service, path, routes);
+        listed = guarded(io::text::cat({"getPCIeComplexes: ", service, ", ",
+                                        path, "; exception: "}),
+                         [&, &name = service, &object = path]
+                         { return printService(bus, name, object, routes); });
         if (!listed && !options.service.empty())
         {
-            io::out::line({"Failed to get PCIeDeviceComplexes from ", service});
+            out::line({"Failed to get PCIeDeviceComplexes from ", service});
         }
     }
     return listed;
 }
+
+} // namespace tool

@@ -1,7 +1,13 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/Options.hpp"
+#include "tool/options.hpp"
+
+namespace tool
+{
+
+/** The interface of an inventory service with PCIe devices. */
+inline constexpr const char* pcieInterface = "com.mervax.Inventory.PCIeDevice";
 
 /** Print the state of the system and every PCIe device with its ports,
  *  endpoint id and, under a storage controller, drives and volumes.
@@ -10,3 +16,5 @@
  *          none); prints what goes wrong itself
  */
 bool listPCIeDevices(const DbusConnPtr& bus, const Options& options);
+
+} // namespace tool

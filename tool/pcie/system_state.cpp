@@ -1,11 +1,15 @@
 #include "tool/pcie/system_state.hpp"
 
 #include "io/common/src/ServiceUtility.hpp"
+#include "io/common/src/Targets.hpp"
+#include "io/common/src/Text.hpp"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <utility>
+
+namespace tool
+{
 
 namespace
 {
@@ -34,19 +38,17 @@ constexpr std::array<std::pair<uint8_t, const char*>, 16> progressNames{{
 
 bool getChassisPowerState(const DbusConnPtr& bus, std::string& state)
 {
-    return io::ServiceUtility::getProperty(
-        bus, "xyz.openbmc_project.State.Chassis",
-        "/xyz/openbmc_project/state/chassis0",
-        "xyz.openbmc_project.State.Chassis", "CurrentPowerState", state);
+    return io::ServiceUtility::readProperty(bus, io::target::chassisState,
+                                            "CurrentPowerState", state,
+                                            io::target::chassisState.service);
 }
 
 void getBootProgress(const DbusConnPtr& bus, std::string& text)
 {
-    const char* interface = "com.mervax.fpga";
     uint8_t code = 0;
-    const bool known = io::ServiceUtility::getProperty(
-        bus, "com.mervax.fpga.logmem", "/com/mervax/fpga/logmem", interface,
-        "UefiProgressCode", code, interface);
+    const bool known = io::ServiceUtility::readProperty(
+        bus, io::target::fpgaLog, "UefiProgressCode", code,
+        io::target::fpgaLog.interface);
     text = known ? bootProgressName(code) : "Unknown";
 }
 
@@ -59,13 +61,7 @@ std::string bootProgressName(uint8_t code)
     {
         return found->second;
     }
-    char text[16];
-    std::snprintf(text, sizeof(text), "Unknown(0x%02X)", unsigned{code});
-    return text;
+    return io::text::cat({"Unknown(0x", io::text::upperHex(code, 2), ")"});
 }
 
-std::string afterLastDot(const std::string& text)
-{
-    const std::size_t dot = text.rfind('.');
-    return dot == std::string::npos ? text : text.substr(dot + 1);
-}
+} // namespace tool

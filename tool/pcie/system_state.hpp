@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <string>
 
+namespace tool
+{
+
 /** Read the chassis power state, such as
  *  "xyz.openbmc_project.State.Chassis.PowerState.On".
  *
@@ -23,5 +26,4 @@ void getBootProgress(const DbusConnPtr& bus, std::string& text);
 /** The name of a UEFI progress code, "Unknown(0xNN)" when it has none. */
 std::string bootProgressName(uint8_t code);
 
-/** The text after the last "."; all of it when there is none. */
-std::string afterLastDot(const std::string& text);
+} // namespace tool

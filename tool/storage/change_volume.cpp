@@ -1,17 +1,32 @@
 #include "tool/storage/change_volume.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Text.hpp"
 #include "io/common/src/Wait.hpp"
+#include "tool/guard.hpp"
+#include "tool/json/print.hpp"
 #include "tool/json/read.hpp"
-#include "tool/storage/service_call.hpp"
+#include "tool/output.hpp"
+#include "tool/storage/request_file.hpp"
+#include "tool/storage/service.hpp"
 #include "tool/storage/update_wait.hpp"
-
-#include <exception>
+#include "tool/storage/volume_params.hpp"
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
+
+/** Several volumes travel under one key. */
+void wrapArray(json& request)
+{
+    if (request.is_array())
+    {
+        request = json{{"Volumes", std::move(request)}};
+    }
+}
 
 bool asksForSeveral(const json& request)
 {
@@ -19,19 +34,30 @@ bool asksForSeveral(const json& request)
     return request.is_array() || (volumes != nullptr && volumes->is_array());
 }
 
-sdbusplus::message_t sendRequest(const DbusConnPtr& bus, const Options& options,
-                                 const json& request)
+io::bus::Answer<int32_t>
+sendRequest(const DbusConnPtr& bus, const Options& options, const json& request)
 {
     const std::string text = request.dump();
+    const io::bus::Service service(options.service);
+    const io::bus::Target target = service.at(storage_interface::volume);
     if (options.operation != "create")
     {
-        return callStorage(bus, options, volumeOperation, "EditVolume",
-                           options.address, resourceIdOf(options), text);
+        return io::bus::ask<int32_t>(bus, target, "EditVolume", options.address,
+                                     resourceIdOf(options), text);
     }
     const char* method =
         asksForSeveral(request) ? "CreateVolumes" : "CreateVolume";
-    return callStorage(bus, options, volumeOperation, method, options.address,
-                       text);
+    return io::bus::ask<int32_t>(bus, target, method, options.address, text);
+}
+
+/** @return the service's result; -1, with a line, for an error reply */
+int32_t resultOf(const io::bus::Answer<int32_t>& answer, const char* call)
+{
+    if (!answer)
+    {
+        out::line({"Dbus call ", call, " failed"});
+    }
+    return answer.value_or(-1);
 }
 
 /** @return the service's result; -1 when it has none to give */
@@ -40,17 +66,11 @@ int32_t changeVolume(const DbusConnPtr& bus, const Options& options,
 {
     if (options.operation == "autocfg")
     {
-        return autoConfigVolume(bus, io::bus::serviceName(options.service),
-                                io::bus::servicePath(options.service), options,
+        const io::bus::Service service(options.service);
+        return autoConfigVolume(bus, service.name(), service.path(), options,
                                 request);
     }
-    sdbusplus::message_t reply = sendRequest(bus, options, request);
-    if (reply.is_method_error())
-    {
-        io::out::line({"Dbus call create/edit volume failed"});
-        return -1;
-    }
-    return readResult(reply);
+    return resultOf(sendRequest(bus, options, request), "create/edit volume");
 }
 
 } // namespace
@@ -72,29 +92,25 @@ int32_t autoConfigVolume(const DbusConnPtr& bus, const std::string& busName,
     const std::string level = text("RAIDType");
     if (level.empty())
     {
-        io::out::line({"No RAIDType"});
+        out::line("No RAIDType");
         return -1;
     }
     const uint32_t drives = number("DrvCnt");
     if (drives == 0)
     {
-        io::out::line({"No DrvCnt"});
+        out::line("No DrvCnt");
         return -1;
     }
     constexpr uint32_t reserved = 0;
-    sdbusplus::message_t reply = io::bus::callMethod(
-        bus, busName, path, volumeOperation, "AutoConfig", options.address,
-        level, text("Protocol"), text("MediaType"), drives,
-        number("HotspareCnt"), reserved, text("DisplayName"),
-        number("StripSizeBytes"),
+    const io::bus::Target target{busName.c_str(), path.c_str(),
+                                 storage_interface::volume};
+    const auto answer = io::bus::ask<int32_t>(
+        bus, target, "AutoConfig", options.address, level, text("Protocol"),
+        text("MediaType"), drives, number("HotspareCnt"), reserved,
+        text("DisplayName"), number("StripSizeBytes"),
         readOr(*volume, {"CapacityBytes"}, uint64_t{0}), text("ReadPolicy"),
         text("WritePolicy"));
-    if (reply.is_method_error())
-    {
-        io::out::line({"Dbus call AutoConfig failed"});
-        return -1;
-    }
-    return readResult(reply);
+    return resultOf(answer, "AutoConfig");
 }
 
 bool createOrEditVolume(const DbusConnPtr& bus, const Options& options,
@@ -102,22 +118,35 @@ bool createOrEditVolume(const DbusConnPtr& bus, const Options& options,
 {
     if (options.address == 0 || options.service.empty())
     {
-        io::out::line({"Device address or service not specified"});
+        out::line("Device address or service not specified");
         return false;
     }
-    try
+    const auto change = [&]
     {
-        const auto updated = subscribeStorageUpdated(bus, options);
-        if (changeVolume(bus, options, request) == 0)
-        {
-            io::bus::waitUntilExit(bus);
-        }
-        io::out::print("Failed to create/edit volume on device 0x%x\n",
-                       options.address);
-    }
-    catch (const std::exception& failure)
-    {
-        io::out::line({"createOrEditVolume exception: ", failure.what()});
-    }
-    return false;
+        io::bus::startAndWait(
+            bus, [&] { return subscribeStorageUpdated(bus, options); },
+            [&] { return changeVolume(bus, options, request) == 0; });
+        out::line({"Failed to create/edit volume on device 0x",
+                   io::text::hex(options.address)});
+        return false;
+    };
+    return guarded("createOrEditVolume exception: ", change);
 }
+
+bool createOrEdit(const DbusConnPtr& bus, const Options& options)
+{
+    Options own = options;
+    json request;
+    const bool produced = options.params.empty()
+                            ? readRequestFile(options.file, request)
+                            : parseVolumeParams(own, request);
+    if (!produced)
+    {
+        return false;
+    }
+    wrapArray(request);
+    printJson(request, 0);
+    return createOrEditVolume(bus, own, request);
+}
+
+} // namespace tool

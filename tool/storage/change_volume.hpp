@@ -1,12 +1,22 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/Options.hpp"
+#include "tool/options.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
 #include <string>
+
+namespace tool
+{
+
+/** Create or edit volumes as `-p` or the file of `-f` describes them; prints
+ *  the request first.
+ *
+ *  @throw what parseVolumeParams(), readRequestFile() and printJson() throw
+ */
+bool createOrEdit(const DbusConnPtr& bus, const Options& options);
 
 /** Ask the service of `-s` to create volumes, to configure some by itself
  *  ("autocfg") or to change the volume of `-r`, then wait until it has
@@ -32,3 +42,5 @@ bool createOrEditVolume(const DbusConnPtr& bus, const Options& options,
 int32_t autoConfigVolume(const DbusConnPtr& bus, const std::string& busName,
                          const std::string& path, const Options& options,
                          const nlohmann::json& request);
+
+} // namespace tool

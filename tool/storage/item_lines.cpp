@@ -1,6 +1,6 @@
 #include "tool/storage/item_lines.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Text.hpp"
 #include "tool/json/read.hpp"
 
 #include <cstdint>
@@ -9,8 +9,15 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
+
+using io::text::cat;
+using io::text::decimal;
+using io::text::fixed;
 
 double toGiB(uint64_t bytes)
 {
@@ -47,52 +54,32 @@ Location locationOf(const json& item)
         readOr(*place, {"PartLocation", "LocationOrdinalValue"}, uint8_t{255})};
 }
 
-/** The line with a drive's power-on hours and byte counters. */
-void printUsage(const json& item, const std::string& prefix)
+std::string gib(uint64_t bytes)
 {
-    const json* oem = findMember(item, "Oem");
-    const json* data = oem == nullptr ? nullptr : findMember(*oem, "Mervax");
-    if (data == nullptr)
-    {
-        return;
-    }
-    const json* member = findMember(item, "Protocol");
-    const std::string protocol =
-        (member == nullptr ? json() : *member).get<std::string>();
-    const auto counter = [data](const char* key)
-    { return readOr(*data, {key}, uint64_t{0}); };
-    const auto hours = static_cast<double>(counter("POH"));
+    return fixed(toGiB(bytes), 2);
+}
 
-    if (protocol == "SAS")
-    {
-        io::out::print("%s    POH: %.0f,  ProcessedBytes: %.2f(GB)\n",
-                       prefix.c_str(), hours, toGB(counter("ProcessedBytes")));
-    }
-    else if (protocol == "SATA")
-    {
-        io::out::print("%s    POH: %0.f,  WriteBytes: %.2f(GB),  "
-                       "ReadBytes: %.2f(GB)\n",
-                       prefix.c_str(), hours, toGB(counter("WriteBytes")),
-                       toGB(counter("ReadBytes")));
-    }
+std::string gb(uint64_t bytes)
+{
+    return fixed(toGB(bytes), 2);
 }
 
 } // namespace
 
-void printVolumeLine(const json& item, const std::string& prefix)
+std::string volumeLine(const json& item, const std::string& prefix)
 {
-    io::out::print("%s%s, ResId %u, %s, %.2fGiB; StripSize=%uKB, %s, %s, "
-                   "WtCacheState=%s\n",
-                   prefix.c_str(), readText(item, "Name").c_str(),
-                   resourceId(item), readText(item, "RAIDType").c_str(),
-                   toGiB(readOr(item, {"CapacityBytes"}, uint64_t{0})),
-                   readOr(item, {"StripSizeBytes"}, uint32_t{0}) >> 10,
-                   readText(item, "ReadCachePolicy").c_str(),
-                   readText(item, "WriteCachePolicy").c_str(),
-                   readText(item, "WriteCacheState").c_str());
+    return cat({prefix, readText(item, "Name").c_str(), ", ResId ",
+                decimal(resourceId(item)), ", ",
+                readText(item, "RAIDType").c_str(), ", ",
+                gib(readOr(item, {"CapacityBytes"}, uint64_t{0})),
+                "GiB; StripSize=",
+                decimal(readOr(item, {"StripSizeBytes"}, uint32_t{0}) >> 10),
+                "KB, ", readText(item, "ReadCachePolicy").c_str(), ", ",
+                readText(item, "WriteCachePolicy").c_str(),
+                ", WtCacheState=", readText(item, "WriteCacheState").c_str()});
 }
 
-void printPoolLine(const json& item, const std::string& prefix)
+std::string poolLine(const json& item, const std::string& prefix)
 {
     std::string types;
     for (const std::string& type :
@@ -101,15 +88,15 @@ void printPoolLine(const json& item, const std::string& prefix)
         types += type;
         types += ' ';
     }
-    const auto bytes = [&item](const char* key) {
-        return readOr(item, {"Capacity", "Data", key}, uint64_t{0});
+    const auto size = [&item](const char* key) {
+        return gib(readOr(item, {"Capacity", "Data", key}, uint64_t{0}));
     };
 
-    io::out::print(
-        "%sPool %u: %s, Capacity %.2fGiB, Consumed %.2fGiB, Remain %u\n",
-        prefix.c_str(), resourceId(item), types.c_str(),
-        toGiB(bytes("AllocatedBytes")), toGiB(bytes("ConsumedBytes")),
-        unsigned{readOr(item, {"RemainingCapacityPercent"}, uint8_t{255})});
+    return cat(
+        {prefix, "Pool ", decimal(resourceId(item)), ": ", types.c_str(),
+         ", Capacity ", size("AllocatedBytes"), "GiB, Consumed ",
+         size("ConsumedBytes"), "GiB, Remain ",
+         decimal(readOr(item, {"RemainingCapacityPercent"}, uint8_t{255}))});
 }
 
 std::string driveIdentity(const json& item)
@@ -126,26 +113,49 @@ std::string driveIdentity(const json& item)
     return tells ? "SKU: " + sku + ", " : "";
 }
 
-void printDriveLine(const json& item, const Options& options,
-                    const std::string& prefix)
+std::string driveLine(const json& item, const std::string& prefix)
 {
     const Location location = locationOf(item);
-    io::out::print(
-        "%s%s%u, ResId %u, %s, %s, %s, %s, %sS/N: %s, F/W: %s\n",
-        prefix.c_str(), location.type.c_str(), unsigned{location.ordinal},
-        resourceId(item), readText(item, "Name").c_str(),
-        readOr(item, {"Internal", "TypeString"}, std::string()).c_str(),
-        readText(item, "Manufacturer").c_str(), readText(item, "Model").c_str(),
-        driveIdentity(item).c_str(), readText(item, "SerialNumber").c_str(),
-        readText(item, "FirmwareVersion").c_str());
-    if (options.verbose)
-    {
-        printUsage(item, prefix);
-    }
+    return cat(
+        {prefix, location.type.c_str(), decimal(location.ordinal), ", ResId ",
+         decimal(resourceId(item)), ", ", readText(item, "Name").c_str(), ", ",
+         readOr(item, {"Internal", "TypeString"}, std::string()).c_str(), ", ",
+         readText(item, "Manufacturer").c_str(), ", ",
+         readText(item, "Model").c_str(), ", ", driveIdentity(item).c_str(),
+         "S/N: ", readText(item, "SerialNumber").c_str(),
+         ", F/W: ", readText(item, "FirmwareVersion").c_str()});
 }
 
-void printDrives(const json& items, const Options& options,
-                 const std::string& prefix)
+std::string driveUsageLine(const json& item, const std::string& prefix)
+{
+    const json* oem = findMember(item, "Oem");
+    const json* data = oem == nullptr ? nullptr : findMember(*oem, "Mervax");
+    if (data == nullptr)
+    {
+        return "";
+    }
+    const json* member = findMember(item, "Protocol");
+    const auto protocol =
+        (member == nullptr ? json() : *member).get<std::string>();
+    const auto counter = [data](const char* key)
+    { return readOr(*data, {key}, uint64_t{0}); };
+    const std::string hours = fixed(static_cast<double>(counter("POH")), 0);
+    if (protocol == "SAS")
+    {
+        return cat({prefix, "    POH: ", hours, ",  ProcessedBytes: ",
+                    gb(counter("ProcessedBytes")), "(GB)"});
+    }
+    if (protocol == "SATA")
+    {
+        return cat({prefix, "    POH: ", hours,
+                    ",  WriteBytes: ", gb(counter("WriteBytes")),
+                    "(GB),  ReadBytes: ", gb(counter("ReadBytes")), "(GB)"});
+    }
+    return "";
+}
+
+void visitDrives(const json& items,
+                 const std::function<void(const json&)>& visit)
 {
     std::map<std::string, std::map<uint8_t, const json*>> placed;
     for (const json& item : items)
@@ -156,14 +166,16 @@ void printDrives(const json& items, const Options& options,
             placed[location.type].try_emplace(location.ordinal, &item).second;
         if (!waits)
         {
-            printDriveLine(item, options, prefix);
+            visit(item);
         }
     }
     for (const auto& [type, drives] : placed)
     {
         for (const auto& [ordinal, drive] : drives)
         {
-            printDriveLine(*drive, options, prefix);
+            visit(*drive);
         }
     }
 }
+
+} // namespace tool

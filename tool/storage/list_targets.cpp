@@ -1,15 +1,18 @@
 #include "tool/storage/list_targets.hpp"
 
-#include "io/common/src/Output.hpp"
-#include "tool/json/document.hpp"
+#include "io/common/src/Text.hpp"
+#include "tool/guard.hpp"
 #include "tool/json/read.hpp"
+#include "tool/output.hpp"
 #include "tool/storage/item_lines.hpp"
-#include "tool/storage/query.hpp"
+#include "tool/storage/service.hpp"
 
-#include <optional>
 #include <vector>
 
 using nlohmann::json;
+
+namespace tool
+{
 
 namespace
 {
@@ -32,39 +35,24 @@ void printItems(const json& items, const Options& options,
 {
     if (options.target == "Drives")
     {
-        printDrives(items, options, prefix);
+        visitDrives(items, [&](const json& drive)
+                    { printDriveLine(drive, options, prefix); });
         return;
     }
+    const auto lineOf = options.target == "Volumes" ? volumeLine : poolLine;
     for (const json& item : items)
     {
-        if (options.target == "Volumes")
-        {
-            printVolumeLine(item, prefix);
-        }
-        else
-        {
-            printPoolLine(item, prefix);
-        }
+        out::line(lineOf(item, prefix));
     }
 }
 
-/** Ask one service; no document when it answers with an error. */
-std::optional<json> fetchTargets(const DbusConnPtr& bus,
-                                 const std::string& service,
-                                 const Options& options)
+/** The line above a service's items, where several services are listed. */
+std::string headerLine(const std::string& service, const json* items,
+                       const std::string& target)
 {
-    const std::string method = storageMethod(service, options.target);
-    const bool all = method == "GetAllDrives";
-    sdbusplus::message_t reply =
-        queryStorage(bus, service, method,
-                     all ? std::nullopt : std::optional(options.address));
-    if (reply.is_method_error())
-    {
-        io::out::print("Failed to get %s from service %s\n",
-                       options.target.c_str(), service.c_str());
-        return std::nullopt;
-    }
-    return parseDocument(io::bus::readText(reply));
+    return io::text::cat({service, ": ",
+                          std::to_string(items == nullptr ? 0 : items->size()),
+                          " ", target});
 }
 
 bool listServices(const DbusConnPtr& bus, const Options& options,
@@ -72,23 +60,23 @@ bool listServices(const DbusConnPtr& bus, const Options& options,
 {
     const std::vector<std::string> services = servicesFor(options);
     const bool several = services.size() > 1;
-    const char* header = "%s: %u %s\n";
+    const char* gap = "";
     for (const std::string& service : services)
     {
-        const std::optional<json> document =
-            fetchTargets(bus, service, options);
+        const auto document =
+            fetchResources(bus, service, options.target, options.address);
         if (!document)
         {
+            out::line(
+                {"Failed to get ", options.target, " from service ", service});
             return false;
         }
         const json* items = findMember(*document, options.target.c_str());
         if (several)
         {
-            const std::size_t count = items == nullptr ? 0 : items->size();
-            io::out::print(header, service.c_str(),
-                           static_cast<unsigned>(count),
-                           options.target.c_str());
-            header = "\n%s: %u %s\n";
+            out::write(gap);
+            out::line(headerLine(service, items, options.target));
+            gap = "\n";
         }
         else if (items == nullptr)
         {
@@ -110,25 +98,38 @@ bool isListable(const std::string& target)
 
 } // namespace
 
+void printDriveLine(const json& item, const Options& options,
+                    const std::string& prefix)
+{
+    out::line(driveLine(item, prefix));
+    const std::string usage =
+        options.verbose ? driveUsageLine(item, prefix) : std::string();
+    if (!usage.empty())
+    {
+        out::line(usage);
+    }
+}
+
 bool listDeviceTargets(const DbusConnPtr& bus, const Options& options,
                        std::string& prefix)
 {
     if (!isListable(options.target))
     {
-        io::out::print("Unsupported target %s\n", options.target.c_str());
+        out::line({"Unsupported target ", options.target});
         return false;
     }
     if (prefix.empty())
     {
         prefix = "  ";
     }
-    try
-    {
-        return listServices(bus, options, prefix);
-    }
-    catch (const std::exception& failure)
-    {
-        io::out::line({"listDeviceTargets exception: ", failure.what()});
-        return false;
-    }
+    return guarded("listDeviceTargets exception: ",
+                   [&] { return listServices(bus, options, prefix); });
 }
+
+bool listTargets(const DbusConnPtr& bus, const Options& options)
+{
+    std::string prefix;
+    return listDeviceTargets(bus, options, prefix);
+}
+
+} // namespace tool

@@ -1,9 +1,14 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/Options.hpp"
+#include "tool/options.hpp"
+
+#include <nlohmann/json.hpp>
 
 #include <string>
+
+namespace tool
+{
 
 /** Print the drives, volumes or pools that storage services report.
  *
@@ -15,3 +20,15 @@
  */
 bool listDeviceTargets(const DbusConnPtr& bus, const Options& options,
                        std::string& prefix);
+
+/** The same with the usual prefix. */
+bool listTargets(const DbusConnPtr& bus, const Options& options);
+
+/** Print one drive and, with `-v`, its usage counters.
+ *
+ *  @throw nlohmann::json::exception for a member of the wrong type
+ */
+void printDriveLine(const nlohmann::json& item, const Options& options,
+                    const std::string& prefix);
+
+} // namespace tool

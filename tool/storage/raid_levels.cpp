@@ -4,6 +4,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
@@ -56,3 +59,5 @@ const json& raidLevelRules()
     static const json rules = buildRules();
     return rules;
 }
+
+} // namespace tool

@@ -2,6 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+namespace tool
+{
+
 /** What each RAID level allows, by the level's name.
  *
  *  Members of each: "MinPd" and "MaxPd" (drives), "MinSpan" and "MaxSpan"
@@ -9,3 +12,5 @@
  *  they accept; nothing is refused here on the strength of this table.
  */
 const nlohmann::json& raidLevelRules();
+
+} // namespace tool

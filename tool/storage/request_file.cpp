@@ -1,6 +1,6 @@
 #include "tool/storage/request_file.hpp"
 
-#include "tool/json/document.hpp"
+#include "io/common/src/JsonText.hpp"
 
 #include <array>
 #include <cstdio>
@@ -8,6 +8,9 @@
 #include <stdexcept>
 
 using nlohmann::json;
+
+namespace tool
+{
 
 namespace
 {
@@ -44,7 +47,7 @@ bool readRequestFile(const std::string& name, json& document)
         std::fprintf(stderr, "Failed to open in file: %s\n", name.c_str());
         return false;
     }
-    json parsed = tryParseDocument(readAll(file.get()));
+    json parsed = io::tryParseJson(readAll(file.get()));
     if (parsed.is_discarded())
     {
         std::fprintf(stderr, "in file is invalid JSON: %s\n", name.c_str());
@@ -53,3 +56,5 @@ bool readRequestFile(const std::string& name, json& document)
     document = std::move(parsed);
     return true;
 }
+
+} // namespace tool

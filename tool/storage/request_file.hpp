@@ -4,6 +4,9 @@
 
 #include <string>
 
+namespace tool
+{
+
 /** Read the JSON document that `-f` names.
  *
  *  @param[out] document untouched when the file could not be used
@@ -13,3 +16,5 @@
  *         could be sent on
  */
 bool readRequestFile(const std::string& name, nlohmann::json& document);
+
+} // namespace tool

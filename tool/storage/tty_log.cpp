@@ -1,59 +1,64 @@
 #include "tool/storage/tty_log.hpp"
 
-#include "io/common/src/ObjectMapper.hpp"
-#include "io/common/src/Output.hpp"
-#include "tool/storage/service_call.hpp"
+#include "tool/guard.hpp"
+#include "tool/output.hpp"
+#include "tool/services_with_interface.hpp"
+#include "tool/storage/service.hpp"
 
+#include <sdbusplus/exception.hpp>
+
+#include <cerrno>
 #include <cstdint>
-#include <exception>
 #include <string>
-#include <unordered_map>
+
+namespace tool
+{
 
 namespace
 {
 
-using Services = std::unordered_map<std::string, std::string>;
-
 constexpr const char* logDirectory = "/tmp";
 
 /** @return how many logs the service captured
- *  @throw sdbusplus::exception::SdBusError when it does not say */
-int32_t captureLogs(const DbusConnPtr& bus, const std::string& service,
-                    const std::string& path, uint32_t address)
+ *  @throw sdbusplus::exception::SdBusError when it does not say
+ */
+int32_t captureLogs(const DbusConnPtr& bus, const io::bus::Target& service,
+                    uint32_t address)
 {
-    sdbusplus::message_t reply =
-        io::bus::callMethod(bus, service, path, miscOperation, "CaptureTTYLog",
-                            address, logDirectory);
-    if (reply.is_method_error())
+    const auto count = io::bus::ask<int32_t>(bus, service, "CaptureTTYLog",
+                                             address, logDirectory);
+    if (!count)
     {
-        io::out::line({"Capture TTY log failed on ", service});
+        out::line({"Capture TTY log failed on ", service.service});
+        // Reading the count of an error reply, which has none, ends the
+        // captures.
+        throw sdbusplus::exception::SdBusError(ENXIO,
+                                               "sd_bus_message_read_basic");
     }
-    // An error reply has no count: reading it ends the captures.
-    int32_t count = 0;
-    reply.read(count);
-    io::out::line(
-        {service, " captured ", std::to_string(count), " device log"});
-    return count;
+    out::line(
+        {service.service, " captured ", std::to_string(*count), " device log"});
+    return *count;
 }
 
 bool captureAll(const DbusConnPtr& bus, const Options& options,
-                const Services& services)
+                const ServicePaths& services)
 {
     int64_t total = 0;
-    try
+    const auto capture = [&]
     {
         for (const auto& [service, path] : services)
         {
             if (service.find(options.service) != std::string::npos)
             {
-                total += captureLogs(bus, service, path, options.address);
+                total += captureLogs(
+                    bus,
+                    {service.c_str(), path.c_str(), storage_interface::misc},
+                    options.address);
             }
         }
-    }
-    catch (const std::exception& failure)
-    {
-        io::out::line({"getTTYlog exception: ", failure.what()});
-    }
+        return true;
+    };
+    guarded("getTTYlog exception: ", capture);
     return total > 0;
 }
 
@@ -61,19 +66,22 @@ bool captureAll(const DbusConnPtr& bus, const Options& options,
 
 bool getTTYlog(const DbusConnPtr& bus, const Options& options)
 {
-    Services services;
-    if (!getServicesWithInterface(bus, options, miscOperation, services))
+    ServicePaths services;
+    if (!getServicesWithInterface(bus, options, storage_interface::misc,
+                                  services))
     {
         if (!options.service.empty())
         {
-            io::out::line({options.service, " does not support tty log"});
+            out::line({options.service, " does not support tty log"});
         }
         return false;
     }
     if (services.empty())
     {
-        io::out::line({"No service supports tty log"});
+        out::line("No service supports tty log");
         return false;
     }
     return captureAll(bus, options, services);
 }
+
+} // namespace tool

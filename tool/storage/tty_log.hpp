@@ -1,7 +1,10 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/Options.hpp"
+#include "tool/options.hpp"
+
+namespace tool
+{
 
 /** Have the storage services save the TTY log of the device at `-a` in /tmp.
  *
@@ -11,3 +14,5 @@
  *  @return true when at least one log was captured; prints what goes wrong
  */
 bool getTTYlog(const DbusConnPtr& bus, const Options& options);
+
+} // namespace tool

@@ -1,17 +1,20 @@
 #include "tool/storage/update_wait.hpp"
 
-#include "io/common/src/Output.hpp"
-#include "tool/json/document.hpp"
+#include "io/common/src/JsonText.hpp"
+#include "io/common/src/Text.hpp"
+#include "tool/guard.hpp"
 #include "tool/json/print.hpp"
-#include "tool/storage/query.hpp"
+#include "tool/output.hpp"
+#include "tool/storage/service.hpp"
 
 #include <sdbusplus/asio/connection.hpp>
 
 #include <chrono>
 #include <cstdint>
-#include <ctime>
-#include <exception>
 #include <string>
+
+namespace tool
+{
 
 namespace
 {
@@ -31,18 +34,36 @@ std::string millisecondsBetween(system_clock::time_point start,
 void printUpdated(const std::string& name, const Options& options)
 {
     const system_clock::time_point now = system_clock::now();
-    const std::time_t seconds = system_clock::to_time_t(now);
-    // The text of ctime() ends the line.
-    io::out::print("%s updated at %s", name.c_str(), std::ctime(&seconds));
-    io::out::line({"Refreshing data takes ",
-                   millisecondsBetween(options.startTime, now), "ms"});
+    out::line(
+        {name, " updated at ", io::text::date(system_clock::to_time_t(now))});
+    out::line({"Refreshing data takes ",
+               millisecondsBetween(options.startTime, now), "ms"});
 }
 
 void printData(const std::string& data)
 {
-    const nlohmann::json document = parseDocument(data);
-    io::out::line({std::string(32, '-')});
+    const nlohmann::json document = io::parseJson(data);
+    out::line(std::string(32, '-'));
     printJson(document, 0);
+}
+
+/** End the process if the signal is the one that is waited for. */
+void endOnUpdate(const Options& options, sdbusplus::message_t& message)
+{
+    uint32_t address = 0;
+    std::string name;
+    std::string data;
+    message.read(address, name, data);
+    if (address != options.address || name.empty() || data.empty())
+    {
+        return;
+    }
+    printUpdated(name, options);
+    if (options.verbose)
+    {
+        printData(data);
+    }
+    out::exitProcess(0);
 }
 
 } // namespace
@@ -50,38 +71,26 @@ void printData(const std::string& data)
 sdbusplus::bus::match_t subscribeStorageUpdated(const DbusConnPtr& bus,
                                                 const Options& options)
 {
-    const std::string rule = std::string("type='signal', interface='") +
-                             storageInventory + "', member='" + updatedSignal +
-                             "',";
-    return {*bus, rule, [&options](sdbusplus::message_t& message) {
-                storageResourceUpdatedCallback(options, message);
-            }};
+    return {*bus,
+            io::bus::signalRule(storage_interface::inventory, updatedSignal),
+            [&options](sdbusplus::message_t& message)
+            { storageResourceUpdatedCallback(options, message); }};
 }
 
 void storageResourceUpdatedCallback(const Options& options,
                                     sdbusplus::message_t& message)
 {
-    try
+    const std::string words =
+        io::text::cat({"Exception in handling signal ", updatedSignal, ": "});
+    const auto handle = [&]
     {
-        uint32_t address = 0;
-        std::string name;
-        std::string data;
-        message.read(address, name, data);
-        if (address != options.address || name.empty() || data.empty())
-        {
-            return;
-        }
-        printUpdated(name, options);
-        if (options.verbose)
-        {
-            printData(data);
-        }
-        io::out::exitProcess(0);
-    }
-    catch (const std::exception& failure)
+        endOnUpdate(options, message);
+        return true;
+    };
+    if (!guarded(words, handle))
     {
-        io::out::print("Exception in handling signal %s: %s\n", updatedSignal,
-                       failure.what());
-        io::out::exitProcess(255);
+        out::exitProcess(255);
     }
 }
+
+} // namespace tool

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/Options.hpp"
+#include "tool/options.hpp"
 
 #include <sdbusplus/bus/match.hpp>
+
+namespace tool
+{
 
 /** Watch for the signal that a storage service emits when it has refreshed its
  *  data after a change.
@@ -26,3 +29,5 @@ subscribeStorageUpdated(const DbusConnPtr& bus, const Options& options);
  */
 void storageResourceUpdatedCallback(const Options& options,
                                     sdbusplus::message_t& message);
+
+} // namespace tool

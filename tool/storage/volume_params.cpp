@@ -1,6 +1,6 @@
 #include "tool/storage/volume_params.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "tool/output.hpp"
 
 #include <algorithm>
 #include <stdexcept>
@@ -9,6 +9,9 @@
 #include <vector>
 
 using nlohmann::json;
+
+namespace tool
+{
 
 namespace
 {
@@ -184,11 +187,13 @@ bool parseVolumeParams(Options& options, json& request)
     }
     if (volume.drives.size() % count != 0)
     {
-        io::out::line({"Drive count ", std::to_string(volume.drives.size()),
-                       " mismatch with the expected volume count ",
-                       std::to_string(count)});
+        out::line({"Drive count ", std::to_string(volume.drives.size()),
+                   " mismatch with the expected volume count ",
+                   std::to_string(count)});
         return false;
     }
     request = shareOut(volume, count);
     return true;
 }
+
+} // namespace tool

@@ -1,8 +1,11 @@
 #pragma once
 
-#include "io/common/src/Options.hpp"
+#include "tool/options.hpp"
 
 #include <nlohmann/json.hpp>
+
+namespace tool
+{
 
 /** Turn the `-p` text of create and edit into a request document.
  *
@@ -21,3 +24,5 @@
  *         nlohmann::json::type_error for a "Links" that is no object
  */
 bool parseVolumeParams(Options& options, nlohmann::json& request);
+
+} // namespace tool

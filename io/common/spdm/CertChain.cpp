@@ -78,13 +78,16 @@ libspdm_return_t SpdmLib::loadRootCert(const std::string& directory,
 {
     cert::setDirectory(directory);
     lg2::info("Read peer cert-chain from file");
-    if (!cert::readRootCertChain(negotiated.baseHashAlgo,
-                                 negotiated.baseAsymAlgo, rootCertChain))
+    auto read = cert::readRootCertChain(negotiated.baseHashAlgo,
+                                        negotiated.baseAsymAlgo);
+    if (!read)
     {
+        print(read.error());
         lg2::error(
             "[ERR] libspdm_read_responder_root_public_certificate failed");
         return LIBSPDM_STATUS_INVALID_CERT;
     }
+    rootCertChain = std::move(*read);
     lg2::info("Get root cert from cert-chain");
     const size_t headerSize =
         cert::chainHeaderSize + libspdm_get_hash_size(negotiated.baseHashAlgo);

@@ -1,58 +1,33 @@
 #include "io/common/spdm/Spdm.hpp"
 #include "io/common/src/MctpRouting.hpp"
 #include "io/common/src/ObjectMapper.hpp"
+#include "io/common/src/Targets.hpp"
 
 #include <phosphor-logging/lg2.hpp>
 
-#include <algorithm>
 #include <exception>
 #include <utility>
 
 namespace mctp::spdm
 {
 
-namespace
-{
-
-/** Reply of GetObject, a{sas}, in the mapper's order. */
-using Implementers =
-    std::vector<std::pair<std::string, std::vector<std::string>>>;
-
-std::vector<std::string> namesOf(Implementers& implementers)
-{
-    std::vector<std::string> names;
-    names.reserve(implementers.size());
-    for (auto& [name, interfaces] : implementers)
-    {
-        names.push_back(std::move(name));
-    }
-    return names;
-}
-
-} // namespace
-
 std::vector<std::string> SpdmLib::getMCTPServices()
 {
     try
     {
-        sdbusplus::message_t reply = io::bus::callMethod(
-            connection, io::mapper::service, io::mapper::path,
-            io::mapper::interface, "GetObject", std::string(objectPath),
-            std::vector<std::string>{baseInterface});
-        if (reply.is_method_error())
+        auto services = io::mapper::getServices(
+            connection, io::target::mctpPath, io::target::mctpBase);
+        if (services)
         {
-            lg2::error("[ERR] Failed to get MCTP services");
-            return {};
+            return std::move(*services);
         }
-        Implementers implementers;
-        reply.read(implementers);
-        return namesOf(implementers);
+        lg2::error("[ERR] Failed to get MCTP services");
     }
     catch (const std::exception& failure)
     {
         lg2::error("[ERR] Failed to get MCTP services. {E}", "E", failure);
-        return {};
     }
+    return {};
 }
 
 bool SpdmLib::findEndpoint(const std::string& service, uint32_t address,
@@ -60,26 +35,19 @@ bool SpdmLib::findEndpoint(const std::string& service, uint32_t address,
 {
     try
     {
-        sdbusplus::message_t reply = io::bus::callMethod(
-            connection, service, objectPath, baseInterface, "GetRoutingTable");
-        if (reply.is_method_error())
+        const auto table =
+            fetchRoutingTable(connection, io::target::mctpDaemon(service));
+        if (!table)
         {
             lg2::error("[ERR] Failed to get EID table from {S}", "S", service);
             return false;
         }
-        std::vector<uint8_t> bytes;
-        reply.read(bytes);
-        const RoutingTable table = decodeRoutingTable(bytes);
-        const auto found =
-            std::find_if(table.begin(), table.end(),
-                         [address](const RoutingEntry& entry)
-                         { return entry.physicalAddress == address; });
-        if (found == table.end())
+        const auto found = findExactEntry(*table, address);
+        if (found)
         {
-            return false;
+            eid = found->eid;
         }
-        eid = found->eid;
-        return true;
+        return found.has_value();
     }
     catch (const std::exception& failure)
     {

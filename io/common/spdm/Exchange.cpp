@@ -1,5 +1,5 @@
 #include "io/common/spdm/Spdm.hpp"
-#include "io/common/src/MctpRouting.hpp"
+#include "io/common/src/Targets.hpp"
 
 #include <phosphor-logging/lg2.hpp>
 
@@ -8,36 +8,31 @@
 namespace mctp::spdm
 {
 
-namespace
-{
-constexpr const char* pcieService = "xyz.openbmc_project.MCTP_PCIe";
-} // namespace
-
 int SpdmLib::sendRecvMctpMsg(uint8_t eid, std::vector<unsigned char>& request,
                              std::vector<unsigned char>& response,
                              uint16_t timeoutMs)
 {
-    const std::string service = mctpService.empty() ? pcieService : mctpService;
+    const std::string service =
+        mctpService.empty() ? io::target::mctpPcie.service : mctpService;
     try
     {
-        sdbusplus::message_t reply = io::bus::callMethod(
-            connection, service, objectPath, baseInterface,
+        auto answer = io::bus::ask<std::vector<unsigned char>>(
+            connection, io::target::mctpDaemon(service),
             "SendReceiveMctpMessagePayload", eid, request, timeoutMs);
-        if (reply.is_method_error())
+        if (answer)
         {
-            lg2::error("[ERR] Tx/Rx SPDM msg failed. EID={E}, {S}", "E", eid,
-                       "S", service);
-            return -1;
+            response = std::move(*answer);
+            return 0;
         }
-        reply.read(response);
-        return 0;
+        lg2::error("[ERR] Tx/Rx SPDM msg failed. EID={E}, {S}", "E", eid, "S",
+                   service);
     }
     catch (const std::exception& failure)
     {
         lg2::error("[ERR] Tx/Rx SPDM msg exception. EID={E}, {S}. {ER}", "E",
                    eid, "S", service, "ER", failure);
-        return -1;
     }
+    return -1;
 }
 
 } // namespace mctp::spdm

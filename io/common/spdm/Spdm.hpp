@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace mctp::spdm
@@ -49,6 +50,10 @@ class SpdmLib
   public:
     /** Set by the caller before initialize(). */
     inline static DbusConnPtr connection;
+
+    /** Takes text for standard output; the caller may set it. */
+    inline static void (*print)(std::string_view text) = [](std::string_view) {
+    };
 
     /** Make a context and configure it; an existing one is configured anew.
      *

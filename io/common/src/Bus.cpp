@@ -1,6 +1,6 @@
 #include "io/common/src/Bus.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Text.hpp"
 
 #include <systemd/sd-bus.h>
 
@@ -66,27 +66,9 @@ bool gotNoReply(const sdbusplus::exception::SdBusError& failure)
     return same;
 }
 
-/** An error reply to `method` with the failure's name and text. */
-sdbusplus::message_t
-makeErrorReply(sdbusplus::message_t& method,
-               const sdbusplus::exception::SdBusError& failure)
+std::string textOf(const char* text)
 {
-    const sd_bus_error error{failure.name(), failure.description(), 0};
-    sd_bus_message* reply = nullptr;
-    int rc = sd_bus_message_new_method_error(method.get(), &reply, &error);
-    if (rc < 0)
-    {
-        throw sdbusplus::exception::SdBusError(
-            -rc, "sd_bus_message_new_method_error");
-    }
-    // Sealed, it can be read like a reply that came over the bus.
-    rc = sd_bus_message_seal(reply, 1, 0);
-    if (rc < 0)
-    {
-        sd_bus_message_unref(reply);
-        throw sdbusplus::exception::SdBusError(-rc, "sd_bus_message_seal");
-    }
-    return sdbusplus::message_t(reply, std::false_type());
+    return text != nullptr ? text : "";
 }
 
 } // namespace
@@ -111,18 +93,49 @@ DbusConnPtr connect()
     return std::make_shared<sdbusplus::asio::connection>(ioContext(), bus);
 }
 
-sdbusplus::message_t newCall(const DbusConnPtr& conn,
-                             const std::string& service,
-                             const std::string& path, const char* interface,
+Target Target::properties() const
+{
+    return {service, path, "org.freedesktop.DBus.Properties"};
+}
+
+Service::Service(std::string_view word) :
+    busName(text::cat({"com.mervax.", word})),
+    rootPath(text::cat({"/com/mervax/", word}))
+{
+}
+
+Target Service::at(const char* interface) const
+{
+    return {busName.c_str(), rootPath.c_str(), interface};
+}
+
+const std::string& Service::name() const
+{
+    return busName;
+}
+
+const std::string& Service::path() const
+{
+    return rootPath;
+}
+
+std::string signalRule(std::string_view interface, std::string_view member)
+{
+    return text::cat(
+        {"type='signal', interface='", interface, "', member='", member, "',"});
+}
+
+sdbusplus::message_t newCall(const DbusConnPtr& conn, const Target& target,
                              const char* method)
 {
-    return conn->new_method_call(service.c_str(), path.c_str(), interface,
+    return conn->new_method_call(target.service, target.path, target.interface,
                                  method);
 }
 
-sdbusplus::message_t call(const DbusConnPtr& conn, sdbusplus::message_t& method)
+Answer<sdbusplus::message_t> send(const DbusConnPtr& conn,
+                                  sdbusplus::message_t& method)
 {
-    out::flush();
+    beforeWaiting();
     try
     {
         return conn->call(method, 0);
@@ -133,37 +146,9 @@ sdbusplus::message_t call(const DbusConnPtr& conn, sdbusplus::message_t& method)
         {
             throw;
         }
-        return makeErrorReply(method, failure);
+        return std::unexpected(
+            ErrorReply{textOf(failure.name()), textOf(failure.description())});
     }
-}
-
-std::string readText(sdbusplus::message_t& reply)
-{
-    std::string text;
-    reply.read(text);
-    return text;
-}
-
-std::string errorName(const sdbusplus::message_t& reply)
-{
-    const sd_bus_error* error = reply.get_error();
-    return error != nullptr && error->name != nullptr ? error->name : "";
-}
-
-std::string errorText(const sdbusplus::message_t& reply)
-{
-    const sd_bus_error* error = reply.get_error();
-    return error != nullptr && error->message != nullptr ? error->message : "";
-}
-
-std::string serviceName(const std::string& word)
-{
-    return "com.mervax." + word;
-}
-
-std::string servicePath(const std::string& word)
-{
-    return "/com/mervax/" + word;
 }
 
 } // namespace io::bus

@@ -2,8 +2,14 @@
 
 #include <sdbusplus/message.hpp>
 
+#include <cstdint>
+#include <expected>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <variant>
 
 // Few files wait for the bus; to the others Asio's headers would only bring
 // initialisers that run at each start.
@@ -27,67 +33,144 @@ namespace io::bus
 /** The process's one I/O context; it runs only while an operation waits. */
 boost::asio::io_context& ioContext();
 
+/** What is done before the process waits for somebody else, a reply or a
+ *  signal: the front end hands on what it has printed. */
+inline void (*beforeWaiting)() = [] {};
+
 /** Connect to the bus that sd_bus_default() picks and arm the read wait.
  *
  *  @throw sdbusplus::exception::SdBusError when there is no bus
  */
 DbusConnPtr connect();
 
-/** Send a method call and wait for its reply, with sd-bus's default time-out.
- *
- *  sdbusplus throws for an error reply as well as for a call that got no
- *  reply. Operations tell the two apart, so an error reply comes back as a
- *  message: `is_method_error()` holds, and its name and text can be read. What
- *  got no reply (timed out, disconnected) stays an exception.
- *
- *  @throw sdbusplus::exception::SdBusError when no reply came
- */
-sdbusplus::message_t call(const DbusConnPtr& conn,
-                          sdbusplus::message_t& method);
+/** Where a method is: the bus name of a service, an object of it, and an
+ *  interface of that. The texts are somebody else's. Targets.hpp has those
+ *  that the tool knows. */
+struct Target
+{
+    const char* service;
+    const char* path;
+    const char* interface;
+
+    /** The properties of the object. */
+    Target properties() const;
+};
+
+/** The service that `-s` names with one word, and its root object. */
+class Service
+{
+  public:
+    explicit Service(std::string_view word);
+
+    /** An interface of the root object; valid as long as this is. */
+    Target at(const char* interface) const;
+
+    const std::string& name() const;
+    const std::string& path() const;
+
+  private:
+    std::string busName;
+    std::string rootPath;
+};
+
+/** A peer's error reply; a text that it lacks is empty. */
+struct ErrorReply
+{
+    std::string name;
+    std::string text;
+};
+
+/** What a peer answered to a call. A call that got no answer (timed out,
+ *  disconnected) is an exception. */
+template <typename T>
+using Answer = std::expected<T, ErrorReply>;
 
 /** A method call without arguments.
  *
  *  @throw sdbusplus::exception::SdBusError when one of the names is not valid
  */
-sdbusplus::message_t newCall(const DbusConnPtr& conn,
-                             const std::string& service,
-                             const std::string& path, const char* interface,
+sdbusplus::message_t newCall(const DbusConnPtr& conn, const Target& target,
                              const char* method);
 
-/** Build a method call out of its names and arguments, and call() it.
+/** Send a method call and wait for its reply, with sd-bus's default time-out.
+ *
+ *  sdbusplus throws for an error reply as well as for a call that got no
+ *  reply; operations tell the two apart.
+ *
+ *  @throw sdbusplus::exception::SdBusError when no reply came
+ */
+Answer<sdbusplus::message_t> send(const DbusConnPtr& conn,
+                                  sdbusplus::message_t& method);
+
+/** Build a method call out of its names and arguments, and send() it.
  *
  *  @throw sdbusplus::exception::SdBusError when it could not be built (a
  *         service word with characters that no bus name has) or got no reply
  */
 template <typename... Args>
-sdbusplus::message_t callMethod(const DbusConnPtr& conn,
-                                const std::string& service,
-                                const std::string& path, const char* interface,
-                                const char* method, const Args&... args)
+Answer<sdbusplus::message_t> call(const DbusConnPtr& conn, const Target& target,
+                                  const char* method, const Args&... args)
 {
-    sdbusplus::message_t message =
-        newCall(conn, service, path, interface, method);
+    sdbusplus::message_t message = newCall(conn, target, method);
     if constexpr (sizeof...(args) > 0)
     {
         message.append(args...);
     }
-    return call(conn, message);
+    return send(conn, message);
 }
 
-/** Read the one string that a reply carries.
+/** call() a method and read the one value that its reply carries.
  *
- *  @throw sdbusplus::exception::SdBusError when it is not a string
+ *  @throw sdbusplus::exception::SdBusError as call(), and for a reply that
+ *         carries something else
  */
-std::string readText(sdbusplus::message_t& reply);
+template <typename T, typename... Args>
+Answer<T> ask(const DbusConnPtr& conn, const Target& target, const char* method,
+              const Args&... args)
+{
+    auto reply = call(conn, target, method, args...);
+    if (!reply)
+    {
+        return std::unexpected(std::move(reply.error()));
+    }
+    T value{};
+    reply->read(value);
+    return value;
+}
 
-/** Name and text of an error reply, each empty when the reply has none. */
-std::string errorName(const sdbusplus::message_t& reply);
-std::string errorText(const sdbusplus::message_t& reply);
+/** What a property of that type is read into.
+ *
+ *  Reading a variant that holds none of the alternatives throws nothing but
+ *  leaves the first of them, so the first one decides what another type means.
+ */
+template <typename T>
+using PropertyValue =
+    std::conditional_t<std::is_same_v<T, uint8_t>, std::variant<T>,
+                       std::variant<std::monostate, T>>;
 
-/** The bus name of the service that `-s` names with one word. */
-std::string serviceName(const std::string& word);
+/** Read one property by org.freedesktop.DBus.Properties.Get.
+ *
+ *  A value of another type than the one asked for is an exception, but for a
+ *  byte: that is 0 then.
+ *
+ *  @throw std::bad_variant_access for a value of another type
+ *  @throw sdbusplus::exception::SdBusError as ask()
+ */
+template <typename T>
+Answer<T> property(const DbusConnPtr& conn, const Target& target,
+                   const char* name)
+{
+    auto held = ask<PropertyValue<T>>(conn, target.properties(), "Get",
+                                      target.interface, name);
+    if (!held)
+    {
+        return std::unexpected(std::move(held.error()));
+    }
+    return std::get<T>(std::move(*held));
+}
 
-/** The root object path of that service. */
-std::string servicePath(const std::string& word);
+/** The match rule for a signal, whoever sends it; with its last comma, as the
+ *  rules of this tool have always been. */
+std::string signalRule(std::string_view interface, std::string_view member);
 
 } // namespace io::bus

@@ -1,10 +1,10 @@
 #include "io/common/src/EventsDaemon.hpp"
 
+#include "io/common/src/Targets.hpp"
+
 bool io::events::commit(const DbusConnPtr& bus, const std::string& messageId,
                         const Arguments& arguments)
 {
-    sdbusplus::message_t reply = bus::callMethod(
-        bus, "com.mervax.eventlogd", "/com/mervax/eventlogd/event",
-        "com.mervax.eventlogd.event", "swlogCommit", messageId, arguments);
-    return !reply.is_method_error();
+    return bus::call(bus, target::eventLog, "swlogCommit", messageId, arguments)
+        .has_value();
 }

@@ -8,6 +8,9 @@
 namespace io
 {
 
+/** How deep documents of services may be: printing and serialising recurse. */
+inline constexpr std::size_t maxJsonDepth = 512;
+
 /** Parse a JSON text that somebody else wrote.
  *
  *  Printing, serialising and destroying a document recurse per level, so the
@@ -18,12 +21,14 @@ namespace io
  *  @throw nlohmann::json::exception where it is not JSON, or holds a number
  *         beyond a double's range
  */
-nlohmann::json parseJson(std::string_view text, std::size_t maxDepth);
+nlohmann::json parseJson(std::string_view text,
+                         std::size_t maxDepth = maxJsonDepth);
 
 /** The same, but text that is no JSON gives a discarded value.
  *
  *  @throw std::length_error as parseJson()
  */
-nlohmann::json tryParseJson(std::string_view text, std::size_t maxDepth);
+nlohmann::json tryParseJson(std::string_view text,
+                            std::size_t maxDepth = maxJsonDepth);
 
 } // namespace io

@@ -2,15 +2,14 @@
 
 #include "io/common/src/I2CBus.hpp"
 #include "io/common/src/MctpI2CBusPool.hpp"
-#include "io/common/src/MctpRouting.hpp"
 #include "io/common/src/ObjectMapper.hpp"
+#include "io/common/src/Targets.hpp"
 
 #include <phosphor-logging/lg2.hpp>
 
 #include <exception>
 #include <stdexcept>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace io
@@ -19,32 +18,11 @@ namespace io
 namespace
 {
 
-constexpr const char* smbusInterface = "xyz.openbmc_project.MCTP.Binding.SMBus";
-
 /** What the process knows and has reserved. */
 mctp_pool::Tables& tables()
 {
     static mctp_pool::Tables all;
     return all;
-}
-
-sdbusplus::message_t getProperty(const DbusConnPtr& conn,
-                                 const std::string& service,
-                                 const std::string& path, const char* interface,
-                                 const char* property)
-{
-    return bus::callMethod(conn, service, path,
-                           "org.freedesktop.DBus.Properties", "Get", interface,
-                           property);
-}
-
-/** Take the value out of a property's variant; another type throws. */
-template <typename T>
-T readVariant(sdbusplus::message_t& reply)
-{
-    std::variant<std::monostate, T> held;
-    reply.read(held);
-    return std::get<T>(std::move(held));
 }
 
 void enterWord(uint32_t packed)
@@ -64,38 +42,28 @@ void enterWord(uint32_t packed)
  *  word in the journal, when the mapper answers with an error. */
 std::vector<std::string> listServices(const DbusConnPtr& conn)
 {
-    const std::vector<std::string> interfaces{smbusInterface};
-    sdbusplus::message_t reply =
-        bus::callMethod(conn, mapper::service, mapper::path, mapper::interface,
-                        "GetObject", mctp::objectPath, interfaces);
-    if (reply.is_method_error())
+    auto services =
+        mapper::getServices(conn, target::mctpPath, target::mctpSmbus);
+    if (!services)
     {
         lg2::error("[ERR] Failed to get mctp service list from obj mapper");
         return {};
     }
-    std::vector<std::pair<std::string, std::vector<std::string>>> found;
-    reply.read(found);
-    std::vector<std::string> services;
-    services.reserve(found.size());
-    for (auto& [service, held] : found)
-    {
-        services.push_back(std::move(service));
-    }
-    return services;
+    return std::move(*services);
 }
 
 /** The bus that a daemon serves, none when it does not tell. */
 std::optional<uint8_t> busOfService(const DbusConnPtr& conn,
                                     const std::string& service)
 {
-    sdbusplus::message_t reply =
-        getProperty(conn, service, mctp::objectPath, smbusInterface, "BusPath");
-    if (reply.is_method_error())
+    const auto path = bus::property<std::string>(
+        conn, target::mctpDaemon(service, target::mctpSmbus), "BusPath");
+    if (!path)
     {
         lg2::error("[ERR] Failed to get BusPath from {SRV}", "SRV", service);
         return std::nullopt;
     }
-    return MctpI2CBus::busOfPath(readVariant<std::string>(reply));
+    return MctpI2CBus::busOfPath(*path);
 }
 
 } // namespace
@@ -110,15 +78,14 @@ bool MctpI2CBus::getMaxMctpEpOnBuses(const DbusConnPtr& conn)
     constexpr const char* property = "MaxNumOfNVMeDrvOnI2CBuses";
     try
     {
-        sdbusplus::message_t reply =
-            getProperty(conn, "com.mervax.bpm", "/com/mervax/bpm",
-                        "com.mervax.Inventory.DriveBackplane", property);
-        if (reply.is_method_error())
+        const auto words = bus::property<std::vector<uint32_t>>(
+            conn, target::backplanes, property);
+        if (!words)
         {
             lg2::error("[ERR] Failed to get {P}", "P", property);
             return false;
         }
-        for (uint32_t word : readVariant<std::vector<uint32_t>>(reply))
+        for (uint32_t word : *words)
         {
             enterWord(word);
         }
@@ -141,12 +108,8 @@ bool MctpI2CBus::enableMctpService(const DbusConnPtr& conn, uint8_t bus,
                    bus);
         return false;
     }
-    sdbusplus::message_t reply = bus::callMethod(
-        conn, "xyz.openbmc_project.PMCI_Launcher",
-        "/xyz/openbmc_project/pmci_launcher",
-        "xyz.openbmc_project.Configuration.MctpConfiguration",
-        "LaunchMctpdOverI2C", bus, pool->first, pool->second, word, number);
-    if (reply.is_method_error())
+    if (!bus::call(conn, target::mctpLauncher, "LaunchMctpdOverI2C", bus,
+                   pool->first, pool->second, word, number))
     {
         lg2::error("[ERR] Failed to enable mctp on bus {B}", "B", bus);
         return false;
@@ -202,22 +165,22 @@ bool MctpI2CBus::triggerMctpDiscovery(
     const DbusConnPtr& conn, const std::string& service,
     const boost::asio::yield_context* /*yield*/)
 {
-    sdbusplus::message_t reply =
-        bus::callMethod(conn, service, mctp::objectPath, mctp::baseInterface,
-                        "TriggerDeviceDiscovery");
-    if (!reply.is_method_error())
+    const auto reply =
+        bus::call(conn, target::mctpDaemon(service), "TriggerDeviceDiscovery");
+    if (reply)
     {
         lg2::info("Trigger mctp discover on {S} succeeded", "S", service);
-        return true;
     }
-    if (bus::errorName(reply).empty())
+    else if (reply.error().name.empty())
     {
         lg2::error("[ERR] Trigger mctp discover on {S} failed", "S", service);
-        return false;
     }
-    lg2::error("[ERR] Trigger mctp discover on {S} failed. {N}: {M}", "S",
-               service, "N", bus::errorName(reply), "M", bus::errorText(reply));
-    return false;
+    else
+    {
+        lg2::error("[ERR] Trigger mctp discover on {S} failed. {N}: {M}", "S",
+                   service, "N", reply.error().name, "M", reply.error().text);
+    }
+    return reply.has_value();
 }
 
 std::optional<uint8_t> MctpI2CBus::busOfPath(std::string_view path)

@@ -1,9 +1,12 @@
 #include "io/common/src/MctpRouting.hpp"
 
+#include "io/common/src/Targets.hpp"
+
 #include <phosphor-logging/lg2.hpp>
 
 #include <algorithm>
 #include <exception>
+#include <utility>
 
 namespace mctp
 {
@@ -76,50 +79,61 @@ std::string_view bindingName(uint8_t binding)
     }
 }
 
-} // namespace mctp
+io::bus::Answer<RoutingTable> fetchRoutingTable(const DbusConnPtr& bus,
+                                                const io::bus::Target& daemon)
+{
+    const auto bytes =
+        io::bus::ask<std::vector<uint8_t>>(bus, daemon, "GetRoutingTable");
+    if (!bytes)
+    {
+        return std::unexpected(bytes.error());
+    }
+    return decodeRoutingTable(*bytes);
+}
 
-mctp::RoutingTable getRoutingTable(const DbusConnPtr& bus)
+RoutingTable getRoutingTable(const DbusConnPtr& bus)
 {
     // The journal names the binding by its number and the one below it.
-    constexpr unsigned binding = mctp::bindingPcie;
+    constexpr unsigned binding = bindingPcie;
     constexpr unsigned subBinding = 0;
     try
     {
-        sdbusplus::message_t reply = io::bus::callMethod(
-            bus, "xyz.openbmc_project.MCTP_PCIe", mctp::objectPath,
-            mctp::baseInterface, "GetRoutingTable");
-        if (reply.is_method_error())
+        auto table = fetchRoutingTable(bus, io::target::mctpPcie);
+        if (table)
         {
-            lg2::error("[ERR] Get routing table of binding {BID}/{SBID} failed",
-                       "BID", binding, "SBID", subBinding);
-            return {};
+            return std::move(*table);
         }
-        std::vector<uint8_t> bytes;
-        reply.read(bytes);
-        return mctp::decodeRoutingTable(bytes);
+        lg2::error("[ERR] Get routing table of binding {BID}/{SBID} failed",
+                   "BID", binding, "SBID", subBinding);
     }
     catch (const std::exception& failure)
     {
         lg2::error("[ERR] Get routing table of binding {BID}/{SBID}. "
                    "exception: {EXCPT}",
                    "BID", binding, "SBID", subBinding, "EXCPT", failure);
-        return {};
     }
+    return {};
 }
 
-std::optional<mctp::RoutingEntry>
-findRoutingEntry(const mctp::RoutingTable& table, uint32_t pcieAddress)
+std::optional<RoutingEntry> findExactEntry(const RoutingTable& table,
+                                           uint32_t address)
+{
+    const auto found = std::find_if(table.begin(), table.end(),
+                                    [address](const RoutingEntry& entry) {
+                                        return entry.physicalAddress == address;
+                                    });
+    return found == table.end() ? std::nullopt : std::optional(*found);
+}
+
+std::optional<RoutingEntry> findRoutingEntry(const RoutingTable& table,
+                                             uint32_t pcieAddress)
 {
     if (pcieAddress >> 24 == 0xFF)
     {
-        const auto found =
-            std::find_if(table.begin(), table.end(),
-                         [&](const auto& entry)
-                         { return entry.physicalAddress == pcieAddress; });
-        return found == table.end() ? std::nullopt : std::optional(*found);
+        return findExactEntry(table, pcieAddress);
     }
-    std::optional<mctp::RoutingEntry> best;
-    for (const mctp::RoutingEntry& entry : table)
+    std::optional<RoutingEntry> best;
+    for (const RoutingEntry& entry : table)
     {
         const bool related = (entry.physicalAddress ^ pcieAddress) <= 0xFF;
         if (related &&
@@ -130,3 +144,5 @@ findRoutingEntry(const mctp::RoutingTable& table, uint32_t pcieAddress)
     }
     return best;
 }
+
+} // namespace mctp

@@ -23,10 +23,6 @@ struct RoutingEntry
 
 using RoutingTable = std::vector<RoutingEntry>;
 
-/** The object and the interface of every MCTP daemon. */
-inline constexpr const char* objectPath = "/xyz/openbmc_project/mctp";
-inline constexpr const char* baseInterface = "xyz.openbmc_project.MCTP.Base";
-
 /** Decode a GetRoutingTable reply; a last piece under 8 bytes is ignored. */
 RoutingTable decodeRoutingTable(std::span<const uint8_t> bytes);
 
@@ -36,13 +32,18 @@ std::string_view messageTypeName(uint8_t type);
 /** D-Bus interface of an MCTP binding, empty when it has none here. */
 std::string_view bindingName(uint8_t binding);
 
-} // namespace mctp
+/** Fetch a daemon's routing table.
+ *
+ *  @throw sdbusplus::exception::SdBusError when it gives no answer
+ */
+io::bus::Answer<RoutingTable> fetchRoutingTable(const DbusConnPtr& bus,
+                                                const io::bus::Target& daemon);
 
 /** Fetch the routing table of the MCTP-over-PCIe daemon.
  *
  *  Empty when the daemon is absent or fails; the journal then tells why.
  */
-mctp::RoutingTable getRoutingTable(const DbusConnPtr& bus);
+RoutingTable getRoutingTable(const DbusConnPtr& bus);
 
 /** Find the endpoint of a PCIe device.
  *
@@ -50,5 +51,11 @@ mctp::RoutingTable getRoutingTable(const DbusConnPtr& bus);
  *  upper 24 bits, and of the entries that share them the one with the largest
  *  address is taken, the last of several.
  */
-std::optional<mctp::RoutingEntry>
-findRoutingEntry(const mctp::RoutingTable& table, uint32_t pcieAddress);
+std::optional<RoutingEntry> findRoutingEntry(const RoutingTable& table,
+                                             uint32_t pcieAddress);
+
+/** Find the first endpoint with exactly this address. */
+std::optional<RoutingEntry> findExactEntry(const RoutingTable& table,
+                                           uint32_t address);
+
+} // namespace mctp

@@ -1,45 +1,44 @@
 #include "io/common/src/ObjectMapper.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Targets.hpp"
 
-#include <cstdint>
-#include <exception>
-
-namespace mapper = io::mapper;
-
-bool getServicesWithInterface(
-    const DbusConnPtr& conn, const Options& options, const char* interface,
-    std::unordered_map<std::string, std::string>& result)
+namespace io::mapper
 {
-    try
-    {
-        const std::vector<std::string> interfaces{interface};
-        sdbusplus::message_t reply = io::bus::callMethod(
-            conn, mapper::service, mapper::path, mapper::interface,
-            "GetSubTree", "/com/mervax", int32_t{1}, interfaces);
-        if (reply.is_method_error())
-        {
-            io::out::line({"getServicesWithInterface(", interface, ") failed"});
-            return false;
-        }
-        mapper::SubTree tree;
-        reply.read(tree);
 
-        const std::string wanted = options.service.empty()
-                                     ? std::string()
-                                     : io::bus::servicePath(options.service);
-        for (const auto& [path, services] : tree)
-        {
-            if ((wanted.empty() || path == wanted) && !services.empty())
-            {
-                result[services.begin()->first] = path;
-            }
-        }
-        return true;
-    }
-    catch (const std::exception& failure)
-    {
-        io::out::line({"getServicesWithInterface exception: ", failure.what()});
-        return false;
-    }
+namespace
+{
+using Names = std::vector<std::string>;
+} // namespace
+
+bus::Answer<SubTree> getSubTree(const DbusConnPtr& conn, const char* path,
+                                int32_t depth, const std::string& interface)
+{
+    return bus::ask<SubTree>(conn, target::mapper, "GetSubTree", path, depth,
+                             Names{interface});
 }
+
+bus::Answer<Names> getSubTreePaths(const DbusConnPtr& conn, const char* path,
+                                   int32_t depth, const std::string& interface)
+{
+    return bus::ask<Names>(conn, target::mapper, "GetSubTreePaths", path, depth,
+                           Names{interface});
+}
+
+bus::Answer<Names> getServices(const DbusConnPtr& conn, const char* path,
+                               const std::string& interface)
+{
+    const auto found = bus::ask<std::vector<std::pair<std::string, Names>>>(
+        conn, target::mapper, "GetObject", path, Names{interface});
+    if (!found)
+    {
+        return std::unexpected(found.error());
+    }
+    Names services;
+    for (const auto& [service, interfaces] : *found)
+    {
+        services.push_back(service);
+    }
+    return services;
+}
+
+} // namespace io::mapper

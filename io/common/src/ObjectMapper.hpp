@@ -1,22 +1,21 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/Options.hpp"
 
 #include <boost/container/flat_map.hpp>
 
+#include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
-/** The object mapper: which service implements which interface where. */
+/** The object mapper: which service implements which interface where.
+ *
+ *  Each function throws sdbusplus::exception::SdBusError when the mapper gives
+ *  no answer.
+ */
 namespace io::mapper
 {
-
-inline constexpr const char* service = "xyz.openbmc_project.ObjectMapper";
-inline constexpr const char* path = "/xyz/openbmc_project/object_mapper";
-inline constexpr const char* interface = "xyz.openbmc_project.ObjectMapper";
 
 /** Service name to the interfaces that it has there, by name. */
 using ServiceMap =
@@ -25,17 +24,18 @@ using ServiceMap =
 /** Reply of GetSubTree, a{sa{sas}}: object paths in the mapper's order. */
 using SubTree = std::vector<std::pair<std::string, ServiceMap>>;
 
-} // namespace io::mapper
+/** The objects below a path that have the interface, and who has it. */
+bus::Answer<SubTree> getSubTree(const DbusConnPtr& conn, const char* path,
+                                int32_t depth, const std::string& interface);
 
-/** Find the BMC's own services (below /com/mervax) that have an interface.
- *
- *  With `-s` only that service's root object counts. The first service of an
- *  object's map is taken.
- *
- *  @param[out] result service name to object path; a later object replaces
- *              the path of a service that is there already
- *  @return false, with a line on standard output, when the mapper failed
- */
-bool getServicesWithInterface(
-    const DbusConnPtr& conn, const Options& options, const char* interface,
-    std::unordered_map<std::string, std::string>& result);
+/** The paths of these objects. */
+bus::Answer<std::vector<std::string>>
+getSubTreePaths(const DbusConnPtr& conn, const char* path, int32_t depth,
+                const std::string& interface);
+
+/** The services that have the interface at a path, in the mapper's order. */
+bus::Answer<std::vector<std::string>> getServices(const DbusConnPtr& conn,
+                                                  const char* path,
+                                                  const std::string& interface);
+
+} // namespace io::mapper

@@ -3,58 +3,26 @@
 #include <phosphor-logging/lg2.hpp>
 
 #include <exception>
-#include <type_traits>
-#include <utility>
-#include <variant>
 
 namespace io
 {
 
-namespace
-{
-
-/** Take the value out of the reply's variant.
- *
- *  Reading a variant that holds none of the alternatives throws nothing but
- *  leaves the first of them, so the first one decides what another type means.
- */
 template <typename T>
-T readVariant(sdbusplus::message_t& reply)
-{
-    if constexpr (std::is_same_v<T, uint8_t>)
-    {
-        std::variant<uint8_t> held;
-        reply.read(held);
-        return std::get<uint8_t>(held);
-    }
-    else
-    {
-        std::variant<std::monostate, T> held;
-        reply.read(held);
-        return std::get<T>(std::move(held));
-    }
-}
-
-} // namespace
-
-template <typename T>
-bool ServiceUtility::getProperty(const DbusConnectionPtr& conn,
-                                 const char* service, const char* path,
-                                 const char* interface, const char* property,
-                                 T& value, const char* source)
+bool ServiceUtility::readProperty(const DbusConnectionPtr& conn,
+                                  const bus::Target& target,
+                                  const char* property, T& value,
+                                  const char* source)
 {
     try
     {
-        sdbusplus::message_t reply = bus::callMethod(
-            conn, service, path, "org.freedesktop.DBus.Properties", "Get",
-            interface, property);
-        if (reply.is_method_error())
+        auto read = bus::property<T>(conn, target, property);
+        if (!read)
         {
             lg2::error("[ERR] Get {S} property {P} failed", "S", source, "P",
                        property);
             return false;
         }
-        value = readVariant<T>(reply);
+        value = std::move(*read);
         return true;
     }
     catch (const std::exception& failure)
@@ -65,14 +33,27 @@ bool ServiceUtility::getProperty(const DbusConnectionPtr& conn,
     }
 }
 
-template bool ServiceUtility::getProperty<std::string>(const DbusConnectionPtr&,
-                                                       const char*, const char*,
-                                                       const char*, const char*,
-                                                       std::string&,
-                                                       const char*);
-template bool ServiceUtility::getProperty<uint8_t>(const DbusConnectionPtr&,
-                                                   const char*, const char*,
-                                                   const char*, const char*,
-                                                   uint8_t&, const char*);
+template <typename T>
+bool ServiceUtility::getProperty(const DbusConnectionPtr& conn,
+                                 const char* service, const char* path,
+                                 const char* interface, const char* property,
+                                 T& value, uint32_t /*unused*/)
+{
+    return readProperty(conn, {service, path, interface}, property, value,
+                        service);
+}
+
+template bool ServiceUtility::readProperty(const DbusConnectionPtr&,
+                                           const bus::Target&, const char*,
+                                           std::string&, const char*);
+template bool ServiceUtility::readProperty(const DbusConnectionPtr&,
+                                           const bus::Target&, const char*,
+                                           uint8_t&, const char*);
+template bool ServiceUtility::getProperty(const DbusConnectionPtr&, const char*,
+                                          const char*, const char*, const char*,
+                                          std::string&, uint32_t);
+template bool ServiceUtility::getProperty(const DbusConnectionPtr&, const char*,
+                                          const char*, const char*, const char*,
+                                          uint8_t&, uint32_t);
 
 } // namespace io

@@ -25,27 +25,14 @@ class ServiceUtility
     template <typename T>
     static bool getProperty(const DbusConnectionPtr& conn, const char* service,
                             const char* path, const char* interface,
-                            const char* property, T& value, uint32_t unused = 0)
-    {
-        static_cast<void>(unused);
-        return getProperty(conn, service, path, interface, property, value,
-                           service);
-    }
+                            const char* property, T& value,
+                            uint32_t unused = 0);
 
-    /** The same, with the name that the journal shall show as the source. */
+    /** The same, with the name that the journal shows as the source. */
     template <typename T>
-    static bool getProperty(const DbusConnectionPtr& conn, const char* service,
-                            const char* path, const char* interface,
-                            const char* property, T& value, const char* source);
+    static bool readProperty(const DbusConnectionPtr& conn,
+                             const bus::Target& target, const char* property,
+                             T& value, const char* source);
 };
-
-extern template bool
-ServiceUtility::getProperty<std::string>(const DbusConnectionPtr&, const char*,
-                                         const char*, const char*, const char*,
-                                         std::string&, const char*);
-extern template bool
-ServiceUtility::getProperty<uint8_t>(const DbusConnectionPtr&, const char*,
-                                     const char*, const char*, const char*,
-                                     uint8_t&, const char*);
 
 } // namespace io

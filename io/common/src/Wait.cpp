@@ -1,7 +1,5 @@
 #include "io/common/src/Wait.hpp"
 
-#include "io/common/src/Output.hpp"
-
 #include <boost/asio/io_context.hpp>
 #include <sdbusplus/asio/connection.hpp>
 
@@ -12,13 +10,21 @@ namespace io::bus
 
 void waitUntilExit(const DbusConnPtr& conn)
 {
-    out::flush();
+    beforeWaiting();
     while (conn->process_discard())
     {
     }
     // Once the bus is gone, processing throws out of the loop.
     ioContext().run();
     throw std::runtime_error("The bus connection is no longer watched");
+}
+
+void runWhile(bool (*pending)())
+{
+    beforeWaiting();
+    while (pending() && ioContext().run_one() > 0)
+    {
+    }
 }
 
 } // namespace io::bus

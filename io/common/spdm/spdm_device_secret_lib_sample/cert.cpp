@@ -1,7 +1,7 @@
 #include "io/common/spdm/spdm_device_secret_lib_sample/cert.hpp"
 
 #include "io/common/spdm/Libspdm.hpp"
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Text.hpp"
 
 #include <algorithm>
 #include <array>
@@ -73,32 +73,30 @@ bool measure(std::FILE* file, std::size_t& size)
     return true;
 }
 
-bool readFile(const char* path, Content& content)
+/** @return what could not be done, empty when all was read */
+std::string readFile(const std::string& path, Content& content)
 {
-    const File file(std::fopen(path, "rb"));
+    using io::text::cat;
+    const File file(std::fopen(path.c_str(), "rb"));
     if (file == nullptr)
     {
-        io::out::print("Unable to open file %s\n", path);
-        return false;
+        return cat({"Unable to open file ", path, "\n"});
     }
     if (!measure(file.get(), content.size))
     {
-        io::out::print("Unable to get the file size %s\n", path);
-        return false;
+        return cat({"Unable to get the file size ", path, "\n"});
     }
     content.bytes.reset(new (std::nothrow) uint8_t[content.size]);
     if (content.bytes == nullptr)
     {
-        io::out::print("No sufficient memory to allocate %s\n", path);
-        return false;
+        return cat({"No sufficient memory to allocate ", path, "\n"});
     }
     if (std::fread(content.bytes.get(), 1, content.size, file.get()) !=
         content.size)
     {
-        io::out::print("Read input file error %s", path);
-        return false;
+        return cat({"Read input file error ", path});
     }
-    return true;
+    return "";
 }
 
 /** Join directory and file name; a path of 255 characters loses its last. */
@@ -109,19 +107,22 @@ bool makePath(const char* name, std::array<char, textSize>& path)
     return length >= 0 && static_cast<std::size_t>(length) < textSize;
 }
 
-bool makeChain(uint32_t hashAlgo, const Content& certificate,
-               std::vector<uint8_t>& chain)
+std::vector<uint8_t> makeChain(uint32_t hashAlgo, const Content& certificate)
 {
     const std::size_t hashSize = libspdm_get_hash_size(hashAlgo);
     const std::size_t length = chainHeaderSize + hashSize + certificate.size;
-    chain.assign(length, 0);
+    std::vector<uint8_t> chain(length, 0);
     // The length has 16 bits. Nothing reads it in a chain that stays here.
     chain[0] = static_cast<uint8_t>(length);
     chain[1] = static_cast<uint8_t>(length >> 8);
     std::copy_n(certificate.bytes.get(), certificate.size,
                 chain.data() + chainHeaderSize + hashSize);
-    return libspdm_hash_all(hashAlgo, certificate.bytes.get(), certificate.size,
-                            chain.data() + chainHeaderSize);
+    if (!libspdm_hash_all(hashAlgo, certificate.bytes.get(), certificate.size,
+                          chain.data() + chainHeaderSize))
+    {
+        chain.clear();
+    }
+    return chain;
 }
 
 } // namespace
@@ -149,21 +150,34 @@ const char* fileName(uint32_t asymAlgo)
     return nullptr;
 }
 
-bool readRootCertChain(uint32_t hashAlgo, uint32_t asymAlgo,
-                       std::vector<uint8_t>& chain)
+std::expected<std::vector<uint8_t>, std::string>
+readRootCertChain(uint32_t hashAlgo, uint32_t asymAlgo)
 {
     const char* const name = fileName(asymAlgo);
     if (name == nullptr)
     {
-        io::out::print("LIBSPDM_ASSERT: %s(%zu): %s\n", "cert.cpp",
-                       std::size_t{std::source_location::current().line()},
-                       "false");
-        return false;
+        const unsigned line = std::source_location::current().line();
+        return std::unexpected(
+            io::text::cat({"LIBSPDM_ASSERT: cert.cpp(", io::text::decimal(line),
+                           "): false\n"}));
     }
     std::array<char, textSize> path{};
+    if (!makePath(name, path))
+    {
+        return std::unexpected("");
+    }
     Content certificate;
-    return makePath(name, path) && readFile(path.data(), certificate) &&
-           makeChain(hashAlgo, certificate, chain);
+    std::string failure = readFile(path.data(), certificate);
+    if (!failure.empty())
+    {
+        return std::unexpected(std::move(failure));
+    }
+    std::vector<uint8_t> chain = makeChain(hashAlgo, certificate);
+    if (chain.empty())
+    {
+        return std::unexpected("");
+    }
+    return chain;
 }
 
 } // namespace mctp::spdm::cert

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <expected>
 #include <string>
 #include <vector>
 
@@ -30,10 +31,10 @@ const char* fileName(uint32_t asymAlgo);
 /** Build a certificate chain of one out of the algorithm's file.
  *
  *  @param hashAlgo one bit of DSP0274's BaseHashAlgo
- *  @return false when it cannot be read, mostly with a line on standard
- *          output; a path of 256 characters or more fails without one
+ *  @return the chain; or text for standard output, as it stands, that tells
+ *          why there is none: empty for a path of 256 characters or more
  */
-bool readRootCertChain(uint32_t hashAlgo, uint32_t asymAlgo,
-                       std::vector<uint8_t>& chain);
+std::expected<std::vector<uint8_t>, std::string>
+readRootCertChain(uint32_t hashAlgo, uint32_t asymAlgo);
 
 } // namespace mctp::spdm::cert

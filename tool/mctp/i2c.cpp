@@ -1,12 +1,16 @@
+#include "tool/mctp/i2c.hpp"
+
 #include "io/common/src/I2CBus.hpp"
 #include "io/common/src/MctpI2CBus.hpp"
-#include "io/common/src/Output.hpp"
-#include "tool/operations.hpp"
+#include "tool/output.hpp"
 
 #include <phosphor-logging/lg2.hpp>
 
 #include <exception>
 #include <string>
+
+namespace tool
+{
 
 namespace
 {
@@ -47,15 +51,12 @@ bool enableOn(const DbusConnPtr& bus, uint8_t number)
 
 } // namespace
 
-namespace operation
-{
-
-bool showI2C(const DbusConnPtr& /*bus*/, Options& options)
+bool showI2C(const DbusConnPtr& /*bus*/, const Options& options)
 {
     const uint8_t number = busNumber(options);
     const bool isRoot = io::I2CBus::isRootBus(number);
-    io::out::line({io::I2CBus::devicePrefix, std::to_string(number), " is",
-                   isRoot ? "" : " NOT", " a root bus."});
+    out::line({io::I2CBus::devicePrefix, std::to_string(number), " is",
+               isRoot ? "" : " NOT", " a root bus."});
     if (isRoot)
     {
         return true;
@@ -63,16 +64,16 @@ bool showI2C(const DbusConnPtr& /*bus*/, Options& options)
     const uint8_t root = io::I2CBus::getRootBus(number);
     if (root == io::I2CBus::unknown)
     {
-        io::out::line({"Unable to get its root bus."});
+        out::line("Unable to get its root bus.");
     }
     else
     {
-        io::out::line({"root bus is i2c-", std::to_string(root)});
+        out::line({"root bus is i2c-", std::to_string(root)});
     }
     return true;
 }
 
-bool enableMctp(const DbusConnPtr& bus, Options& options)
+bool enableMctp(const DbusConnPtr& bus, const Options& options)
 {
     try
     {
@@ -85,10 +86,10 @@ bool enableMctp(const DbusConnPtr& bus, Options& options)
     }
 }
 
-bool discover(const DbusConnPtr& bus, Options& options)
+bool discoverMctp(const DbusConnPtr& bus, const Options& options)
 {
     return io::MctpI2CBus::triggerMctpDiscovery(bus, busNumber(options),
                                                 nullptr);
 }
 
-} // namespace operation
+} // namespace tool

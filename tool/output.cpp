@@ -1,15 +1,16 @@
-#include "io/common/src/Output.hpp"
+#include "tool/output.hpp"
+
+#include "io/common/src/Text.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-namespace io::out
+namespace tool::out
 {
 
 namespace
@@ -43,28 +44,20 @@ void guardStandardStreams() noexcept
     }
 }
 
-// A parameter pack would be instantiated for each caller; the compiler checks
-// this one's arguments as it does printf's. NOLINTNEXTLINE(cert-dcl50-cpp)
-void print(const char* format, ...) noexcept
-{
-    va_list args;
-    va_start(args, format);
-    note(std::vprintf(format, args) >= 0);
-    va_end(args);
-}
-
 void write(std::string_view text) noexcept
 {
     note(std::fwrite(text.data(), 1, text.size(), stdout) == text.size());
 }
 
-void line(std::initializer_list<std::string_view> pieces) noexcept
+void line(std::string_view text) noexcept
 {
-    for (std::string_view piece : pieces)
-    {
-        write(piece);
-    }
+    write(text);
     write("\n");
+}
+
+void line(std::initializer_list<std::string_view> pieces)
+{
+    line(io::text::cat(pieces));
 }
 
 void flush() noexcept
@@ -95,4 +88,4 @@ void exitProcess(int status)
     std::exit(finish(status));
 }
 
-} // namespace io::out
+} // namespace tool::out

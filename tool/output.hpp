@@ -9,7 +9,7 @@
  *  for somebody else (a bus call, a signal, a timer) and when it ends. A write
  *  that fails is remembered and turns a success into a failure.
  */
-namespace io::out
+namespace tool::out
 {
 
 /** Make sure that descriptors 0 to 2 are taken.
@@ -20,14 +20,14 @@ namespace io::out
  */
 void guardStandardStreams() noexcept;
 
-/** Print as printf does. */
-[[gnu::format(printf, 1, 2)]] void print(const char* format, ...) noexcept;
+/** Print a line, and end it. */
+void line(std::string_view text) noexcept;
 
-/** Write text as it stands. */
+/** The same in pieces. */
+void line(std::initializer_list<std::string_view> pieces);
+
+/** Write text of our own that is no line, as it stands. */
 void write(std::string_view text) noexcept;
-
-/** Write the pieces one after the other and end the line. */
-void line(std::initializer_list<std::string_view> pieces) noexcept;
 
 /** Hand everything printed so far to the system. */
 void flush() noexcept;
@@ -44,4 +44,4 @@ int finish(int status) noexcept;
 /** End the process from inside a handler, with finish()'s status. */
 [[noreturn]] void exitProcess(int status);
 
-} // namespace io::out
+} // namespace tool::out

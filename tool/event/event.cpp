@@ -1,9 +1,12 @@
-#include "io/common/src/Events.hpp"
-#include "io/common/src/Output.hpp"
-#include "tool/event/event_params.hpp"
-#include "tool/operations.hpp"
+#include "tool/event/event.hpp"
 
-#include <boost/asio/io_context.hpp>
+#include "io/common/src/Events.hpp"
+#include "io/common/src/Wait.hpp"
+#include "tool/event/event_params.hpp"
+#include "tool/output.hpp"
+
+namespace tool
+{
 
 namespace
 {
@@ -12,12 +15,7 @@ bool logHidden(const DbusConnPtr& bus, const HiddenRequest& request)
 {
     io::Events::hiddenLogForChange(
         bus, static_cast<io::HiddenInvChgType>(request.type), request.delay);
-    // The wait for the bus keeps the context busy for ever: run it for no
-    // longer than the entry waits.
-    boost::asio::io_context& context = io::bus::ioContext();
-    while (io::Events::isHiddenLogPending() && context.run_one() > 0)
-    {
-    }
+    io::bus::runWhile(io::Events::isHiddenLogPending);
     return true;
 }
 
@@ -53,8 +51,8 @@ bool raiseTemperature(const EventParams& params)
 }
 
 /** Raise the event; null, or what to tell the user when it failed. */
-const char* raiseEvent(const DbusConnPtr& bus, const EventParams& params,
-                       uint32_t address)
+const char* raiseSelected(const DbusConnPtr& bus, const EventParams& params,
+                          uint32_t address)
 {
     switch (selectEvent(params, address))
     {
@@ -76,19 +74,21 @@ const char* raiseEvent(const DbusConnPtr& bus, const EventParams& params,
 
 } // namespace
 
-bool operation::event(const DbusConnPtr& bus, Options& options)
+bool raiseEvent(const DbusConnPtr& bus, const Options& options)
 {
     if (const auto hidden = readHiddenRequest(options.params))
     {
         return logHidden(bus, *hidden);
     }
     const char* failure =
-        raiseEvent(bus, readEventParams(options.params), options.address);
+        raiseSelected(bus, readEventParams(options.params), options.address);
     if (failure == nullptr)
     {
         return true;
     }
-    io::out::line({failure});
-    io::out::line({"Failed to generate event log"});
+    out::line(failure);
+    out::line("Failed to generate event log");
     return false;
 }
+
+} // namespace tool

@@ -1,0 +1,96 @@
+#include "io/common/src/Text.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace io::text
+{
+
+namespace
+{
+
+std::string digits(uint64_t number, unsigned base, unsigned width,
+                   const char* symbols)
+{
+    std::string text;
+    do
+    {
+        text.push_back(symbols[number % base]);
+        number /= base;
+    } while (number != 0);
+    text.resize(std::max<std::size_t>(text.size(), width), '0');
+    std::reverse(text.begin(), text.end());
+    return text;
+}
+
+} // namespace
+
+std::string cat(std::initializer_list<std::string_view> pieces)
+{
+    std::size_t size = 0;
+    for (std::string_view piece : pieces)
+    {
+        size += piece.size();
+    }
+    std::string text;
+    text.reserve(size);
+    for (std::string_view piece : pieces)
+    {
+        text.append(piece);
+    }
+    return text;
+}
+
+std::string decimal(uint64_t number, unsigned width)
+{
+    return digits(number, 10, width, "0123456789");
+}
+
+std::string hex(uint64_t number, unsigned width)
+{
+    return digits(number, 16, width, "0123456789abcdef");
+}
+
+std::string upperHex(uint64_t number, unsigned width)
+{
+    return digits(number, 16, width, "0123456789ABCDEF");
+}
+
+std::string fixed(double number, int decimals)
+{
+    const int size = std::snprintf(nullptr, 0, "%.*f", decimals, number);
+    std::string text(static_cast<std::size_t>(size), '\0');
+    std::snprintf(text.data(), text.size() + 1, "%.*f", decimals, number);
+    return text;
+}
+
+std::string alignRight(std::string_view text, std::size_t width)
+{
+    const std::size_t blanks = width - std::min(width, text.size());
+    return std::string(blanks, ' ').append(text);
+}
+
+std::string alignLeft(std::string_view text, std::size_t width)
+{
+    std::string field(text);
+    field.resize(std::max(field.size(), width), ' ');
+    return field;
+}
+
+std::string date(std::time_t seconds)
+{
+    std::array<char, 26> text{};
+    // None for a year of more than four digits.
+    std::string_view written =
+        ctime_r(&seconds, text.data()) != nullptr ? text.data() : "\n";
+    written.remove_suffix(1);
+    return std::string(written);
+}
+
+std::string_view afterLastDot(std::string_view text)
+{
+    return text.substr(text.rfind('.') + 1);
+}
+
+} // namespace io::text

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "io/common/src/Bus.hpp"
+#include "tool/options.hpp"
+
+namespace tool
+{
+
+/** The interface that a service offers for the firmware of its devices. */
+inline constexpr const char* firmwareUpdater =
+    "com.mervax.Firmware.Device.Updater";
+
+/** Without `-f`, print the devices of the service of `-s`. Else have it update
+ *  every device of a part number ("PN=" in `-p`, or what the file's name begins
+ *  with) with the file of `-f`, and follow its progress.
+ *
+ *  @return false, after printing why, when the update did not start or the
+ *          devices could not be listed; does not return when it started: the
+ *          progress handler ends the process
+ *  @throw sdbusplus::exception::SdBusError when the bus goes in the wait
+ */
+bool updateFirmware(const DbusConnPtr& bus, const Options& options);
+
+} // namespace tool
