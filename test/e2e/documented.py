@@ -20,7 +20,7 @@ def usage():
 
 def _table():
     source = (sim_env.ROOT / "tool/dispatch.cpp").read_text()
-    return tuple(re.findall(r'Operation\{"(\w+)"', source))
+    return tuple(dict.fromkeys(re.findall(r'\.word = "(\w+)"', source)))
 
 
 def _options():

@@ -196,10 +196,10 @@ def test_the_table_tells_it():
 def sources():
     """The words of the tool's own tables."""
     tool = pathlib.Path(sim_env.ROOT) / "tool"
-    table = re.findall(r'Operation\{"(\w+)"',
+    table = re.findall(r'\.word = "(\w+)"',
                        (tool / "dispatch.cpp").read_text())
     actions = re.findall(r'"(#Drive\.\w+)"',
-                         (tool / "storage/drive_action.cpp").read_text())
+                         (tool / "storage/actions.cpp").read_text())
     return table, actions
 
 

@@ -111,15 +111,15 @@ void fuzz::target(Input input)
 {
     static RootFolder roots;
     roots.put(textOf(input));
-    std::vector<uint8_t> chain;
-    if (!mctp::spdm::cert::readRootCertChain(sha384, ecdsaP384, chain))
+    const auto chain = mctp::spdm::cert::readRootCertChain(sha384, ecdsaP384);
+    if (!chain)
     {
         return;
     }
-    require(chain.size() == mctp::spdm::cert::chainHeaderSize +
-                                libspdm_get_hash_size(sha384) + input.size(),
+    require(chain->size() == mctp::spdm::cert::chainHeaderSize +
+                                 libspdm_get_hash_size(sha384) + input.size(),
             "the chain holds the file");
-    findRoot(chain);
-    verify(chain);
+    findRoot(*chain);
+    verify(*chain);
     verify({input.begin(), input.end()});
 }

@@ -3,6 +3,13 @@
 #include "io/common/src/EventsRecord.hpp"
 #include "target.hpp"
 
+using tool::describeDevice;
+using tool::EventKind;
+using tool::EventParams;
+using tool::readEventParams;
+using tool::readHiddenRequest;
+using tool::selectEvent;
+
 namespace
 {
 

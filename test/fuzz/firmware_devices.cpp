@@ -1,11 +1,14 @@
+#include "io/common/src/JsonText.hpp"
 #include "target.hpp"
 #include "tool/firmware/list_devices.hpp"
-#include "tool/json/document.hpp"
+
+using tool::FirmwareDevice;
+using tool::readDevices;
 
 /** A service's list of devices whose firmware it looks after. */
 void fuzz::target(Input input)
 {
-    const auto list = parseDocument(textOf(input));
+    const auto list = io::parseJson(textOf(input));
     for (const char* group : {"Updatable", "Unupdatable"})
     {
         const std::vector<FirmwareDevice> devices = readDevices(list, group);

@@ -2,6 +2,8 @@
 #include "target.hpp"
 #include "tool/firmware/progress.hpp"
 
+using tool::deviceUpdateStatusChangedCallback;
+
 /** The bodies of DeviceUpdateStatusChanged, one behind each 0. */
 void fuzz::target(Input input)
 {

@@ -1,10 +1,12 @@
+#include "io/common/src/JsonText.hpp"
 #include "target.hpp"
-#include "tool/json/document.hpp"
 #include "tool/json/print.hpp"
 
 #include <algorithm>
 #include <optional>
 #include <stdexcept>
+
+using tool::printJson;
 
 using nlohmann::json;
 
@@ -35,8 +37,8 @@ std::optional<json> parsed(const std::string& text)
     const std::size_t depth = parsedDepth(text);
     try
     {
-        json document = parseDocument(text);
-        fuzz::require(depth <= maxJsonDepth,
+        json document = io::parseJson(text);
+        fuzz::require(depth <= io::maxJsonDepth,
                       "a document that is too deep is refused");
         fuzz::require(document == json::parse(text),
                       "the document is the one that the library would build");
@@ -44,7 +46,7 @@ std::optional<json> parsed(const std::string& text)
     }
     catch (const std::length_error&)
     {
-        fuzz::require(depth == 0 || depth > maxJsonDepth,
+        fuzz::require(depth == 0 || depth > io::maxJsonDepth,
                       "only a document that is too deep is refused for it");
         return std::nullopt;
     }
@@ -65,6 +67,6 @@ void fuzz::target(Input input)
     require(printed().empty() == document->empty(),
             "an empty document prints nothing, any other prints");
     require(printed().empty() || printed().back() == '\n', "lines are ended");
-    require(parseDocument(document->dump()) == *document,
+    require(io::parseJson(document->dump()) == *document,
             "a document that was printed can be sent and read again");
 }

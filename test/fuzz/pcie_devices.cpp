@@ -1,7 +1,16 @@
+#include "io/common/src/JsonText.hpp"
 #include "target.hpp"
-#include "tool/json/document.hpp"
 #include "tool/json/read.hpp"
 #include "tool/pcie/device.hpp"
+
+using tool::deviceLine;
+using tool::findMember;
+using tool::isStorageController;
+using tool::partLine;
+using tool::PcieDevice;
+using tool::portLine;
+using tool::readPcieDevice;
+using tool::trailingText;
 
 using nlohmann::json;
 
@@ -19,7 +28,8 @@ void ports(const json& record)
     for (const json& port : *list)
     {
         const std::string line = portLine(port, position++);
-        fuzz::require(line.back() == '\n', "a port has its line");
+        fuzz::require(line.find("[Port ") != std::string::npos,
+                      "a port has its line");
     }
 }
 
@@ -28,7 +38,7 @@ void ports(const json& record)
 /** An inventory service's device records. */
 void fuzz::target(Input input)
 {
-    const json document = parseDocument(textOf(input));
+    const json document = io::parseJson(textOf(input));
     const json* records = findMember(document, "PCIeDeviceComplexes");
     if (records == nullptr)
     {
@@ -39,11 +49,14 @@ void fuzz::target(Input input)
         const PcieDevice device = readPcieDevice(record);
         const std::string line =
             deviceLine(device, "rsa", 9, trailingText(device, record));
-        require(line.back() == '\n', "a device has its line");
+        require(line.find("EID(0x09)") != std::string::npos,
+                "a device has its line");
         if (const json* inventory = findMember(record, "PCIeDevice"))
         {
             const std::string part = partLine(*inventory);
-            require(part.empty() || part.back() == '\n', "the line is whole");
+            require(part.empty() ||
+                        part.find("Manufacture: ") != std::string::npos,
+                    "the line is whole");
             ports(record);
         }
         isStorageController(device);

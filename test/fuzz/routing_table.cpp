@@ -9,7 +9,7 @@ void fuzz::target(Input input)
     const mctp::RoutingTable table = mctp::decodeRoutingTable(reader.rest());
     require(table.size() == reader.rest().size() / 8,
             "an entry for every 8 bytes");
-    const auto found = findRoutingEntry(table, address);
+    const auto found = mctp::findRoutingEntry(table, address);
     const bool exact = address >> 24 == 0xFF;
     bool expected = false;
     for (const mctp::RoutingEntry& entry : table)

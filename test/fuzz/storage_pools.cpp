@@ -1,12 +1,15 @@
+#include "io/common/src/JsonText.hpp"
 #include "target.hpp"
-#include "tool/json/document.hpp"
 #include "tool/json/read.hpp"
 #include "tool/storage/item_lines.hpp"
+
+using tool::findMember;
+using tool::poolLine;
 
 /** A storage service's pools. */
 void fuzz::target(Input input)
 {
-    const auto document = parseDocument(textOf(input));
+    const auto document = io::parseJson(textOf(input));
     const nlohmann::json* items = findMember(document, "StoragePools");
     if (items == nullptr)
     {
@@ -14,9 +17,7 @@ void fuzz::target(Input input)
     }
     for (const nlohmann::json& item : *items)
     {
-        const std::size_t before = printed().size();
-        printPoolLine(item, "  ");
-        require(printed().size() > before && printed().back() == '\n',
+        require(poolLine(item, "  ").starts_with("  "),
                 "every item has its line");
     }
 }

@@ -2,6 +2,9 @@
 #include "target.hpp"
 #include "tool/storage/update_wait.hpp"
 
+using tool::Options;
+using tool::storageResourceUpdatedCallback;
+
 namespace
 {
 

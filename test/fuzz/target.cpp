@@ -1,10 +1,10 @@
 #include "target.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Text.hpp"
+#include "tool/output.hpp"
 
 #include <sys/uio.h>
 
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -37,36 +37,23 @@ void require(bool holds, const char* property)
 
 // In the place of the tool's own: a run prints into memory, and the end of the
 // process is the end of the run.
-namespace io::out
+namespace tool::out
 {
-
-// NOLINTNEXTLINE(cert-dcl50-cpp): printf's own way, as it is declared
-void print(const char* format, ...) noexcept
-{
-    va_list args;
-    va_start(args, format);
-    char* text = nullptr;
-    const int length = vasprintf(&text, format, args);
-    va_end(args);
-    if (length >= 0)
-    {
-        kept.append(text, static_cast<std::size_t>(length));
-        std::free(text);
-    }
-}
 
 void write(std::string_view text) noexcept
 {
     kept.append(text);
 }
 
-void line(std::initializer_list<std::string_view> pieces) noexcept
+void line(std::string_view text) noexcept
 {
-    for (std::string_view piece : pieces)
-    {
-        write(piece);
-    }
+    write(text);
     write("\n");
+}
+
+void line(std::initializer_list<std::string_view> pieces)
+{
+    line(io::text::cat(pieces));
 }
 
 void guardStandardStreams() noexcept
@@ -91,7 +78,7 @@ void exitProcess(int status)
     throw fuzz::Exit{status};
 }
 
-} // namespace io::out
+} // namespace tool::out
 
 extern "C"
 {

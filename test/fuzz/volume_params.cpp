@@ -4,6 +4,9 @@
 
 #include <cstdlib>
 
+using tool::Options;
+using tool::parseVolumeParams;
+
 using nlohmann::json;
 
 namespace

@@ -39,7 +39,7 @@ RoutingEntry entryAt(uint32_t address, uint8_t eid)
 
 int eidFor(const RoutingTable& table, uint32_t address)
 {
-    const auto found = findRoutingEntry(table, address);
+    const auto found = mctp::findRoutingEntry(table, address);
     return found ? found->eid : -1;
 }
 

@@ -32,8 +32,8 @@ int32_t captureLogs(const DbusConnPtr& bus, const io::bus::Target& service,
         out::line({"Capture TTY log failed on ", service.service});
         // Reading the count of an error reply, which has none, ends the
         // captures.
-        throw sdbusplus::exception::SdBusError(ENXIO,
-                                               "sd_bus_message_read_basic");
+        throw sdbusplus::exception::SdBusError(
+            ENXIO, "sd_bus_message_read_basic fundamental");
     }
     out::line(
         {service.service, " captured ", std::to_string(*count), " device log"});

@@ -168,8 +168,9 @@ TEST_F(Certificates, AChainOfOneHasHeaderHashAndCertificate)
 {
     put("/tmp/roots/ecp256/ca.cert.der", std::string(300, 'c'));
     cert::setDirectory("/tmp/roots");
-    std::vector<uint8_t> chain;
-    ASSERT_TRUE(cert::readRootCertChain(1, 0x10, chain));
+    const auto read = cert::readRootCertChain(1, 0x10);
+    ASSERT_TRUE(read);
+    const std::vector<uint8_t>& chain = *read;
     ASSERT_EQ(chain.size(), 4U + 32U + 300U);
     EXPECT_EQ(std::vector(chain.begin(), chain.begin() + 4),
               (std::vector<uint8_t>{0x50, 0x01, 0, 0}));
@@ -218,12 +219,10 @@ TEST_F(Certificates, AFileThatCannotBeMeasured)
     ASSERT_EQ(mkfifo("/tmp/roots/ecp384/ca.cert.der", 0600), 0);
     std::fstream holder("/tmp/roots/ecp384/ca.cert.der");
     cert::setDirectory("/tmp/roots");
-    std::vector<uint8_t> chain;
-    bool read = true;
-    EXPECT_EQ(
-        printedBy([&] { read = cert::readRootCertChain(2, 0x80, chain); }),
-        "Unable to get the file size /tmp/roots/ecp384/ca.cert.der\n");
-    EXPECT_FALSE(read);
+    const auto read = cert::readRootCertChain(2, 0x80);
+    ASSERT_FALSE(read);
+    EXPECT_EQ(read.error(),
+              "Unable to get the file size /tmp/roots/ecp384/ca.cert.der\n");
 }
 
 TEST_F(Certificates, AFileThatEndsEarly)
@@ -233,12 +232,10 @@ TEST_F(Certificates, AFileThatEndsEarly)
     fs::create_symlink("/sys/kernel/mm/transparent_hugepage/enabled",
                        "/tmp/roots/ecp384/ca.cert.der");
     cert::setDirectory("/tmp/roots");
-    std::vector<uint8_t> chain;
-    bool read = true;
-    EXPECT_EQ(
-        printedBy([&] { read = cert::readRootCertChain(2, 0x80, chain); }),
-        "Read input file error /tmp/roots/ecp384/ca.cert.der");
-    EXPECT_FALSE(read);
+    const auto read = cert::readRootCertChain(2, 0x80);
+    ASSERT_FALSE(read);
+    EXPECT_EQ(read.error(),
+              "Read input file error /tmp/roots/ecp384/ca.cert.der");
 }
 
 TEST(SaveFile, ReplacesAndNeverFollows)

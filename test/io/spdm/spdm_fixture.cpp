@@ -57,6 +57,8 @@ void SpdmTest::SetUp()
 {
     scripted = {};
     SpdmLib::connection = io::bus::connect();
+    SpdmLib::print = [](std::string_view text)
+    { std::fwrite(text.data(), 1, text.size(), stdout); };
 }
 
 void SpdmTest::TearDown()

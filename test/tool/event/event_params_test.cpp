@@ -7,6 +7,9 @@
 #include <stdexcept>
 #include <string>
 
+namespace tool
+{
+
 namespace
 {
 
@@ -209,3 +212,5 @@ TEST(DescribeDevice, showsTheThreeUpperBytes)
 }
 
 } // namespace
+
+} // namespace tool

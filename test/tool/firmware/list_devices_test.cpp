@@ -4,6 +4,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
@@ -63,3 +66,5 @@ TEST(FirmwareDevices, wrongTypesRaiseTheLibrarysErrors)
 }
 
 } // namespace
+
+} // namespace tool

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+namespace tool
+{
+
 TEST(PartNumber, standsBeforeTheLastUnderscoreOfTheFileName)
 {
     EXPECT_EQ(partNumberOfFile("/tmp/ABC123_v1.bin"), "ABC123");
@@ -29,3 +32,5 @@ TEST(PartNumber, isAllThatFollowsItsKey)
         EXPECT_EQ(partNumberOfParams(params), std::nullopt) << params;
     }
 }
+
+} // namespace tool

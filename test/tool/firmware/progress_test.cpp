@@ -7,6 +7,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
@@ -134,3 +137,5 @@ TEST(Progress, linesAreAsTheyStand)
 }
 
 } // namespace
+
+} // namespace tool

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+namespace tool
+{
+
 namespace
 {
 
@@ -113,3 +116,5 @@ TEST(FormatBackplane, textIsTakenAsItStands)
 }
 
 } // namespace
+
+} // namespace tool

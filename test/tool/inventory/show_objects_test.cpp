@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+namespace tool
+{
+
 namespace
 {
 
@@ -61,3 +64,5 @@ TEST(GetSubTree, refusesToAskForNothing)
 }
 
 } // namespace
+
+} // namespace tool

@@ -5,6 +5,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
@@ -137,3 +140,5 @@ TEST(PrintJsonErrors, textThatIsNotUtf8IsRefused)
 }
 
 } // namespace
+
+} // namespace tool

@@ -6,6 +6,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
@@ -82,3 +85,5 @@ TEST(FindMember, isNullForWhatIsNoObject)
 }
 
 } // namespace
+
+} // namespace tool

@@ -1,80 +1,84 @@
-#include "test/support.hpp"
 #include "tool/storage/item_lines.hpp"
-#include "tool/storage/query.hpp"
 
 #include <gtest/gtest.h>
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
-std::string volumeLine(const char* text)
+std::string volume(const char* text)
 {
-    return printedBy([&] { printVolumeLine(json::parse(text), "  "); });
+    return volumeLine(json::parse(text), "  ");
 }
 
-std::string poolLine(const char* text)
+std::string pool(const char* text)
 {
-    return printedBy([&] { printPoolLine(json::parse(text), "  "); });
+    return poolLine(json::parse(text), "  ");
 }
 
-std::string driveLines(const char* text, bool verbose = false)
+std::string drive(const char* text)
 {
-    Options options;
-    options.verbose = verbose;
-    return printedBy([&] { printDriveLine(json::parse(text), options, "  "); });
+    return driveLine(json::parse(text), "  ");
+}
+
+std::string usage(const char* text)
+{
+    return driveUsageLine(json::parse(text), "  ");
 }
 
 TEST(VolumeLine, showsEverything)
 {
-    EXPECT_EQ(volumeLine(R"({"Name":"vd1","Internal":{"ResourceId":406},
+    EXPECT_EQ(volume(R"({"Name":"vd1","Internal":{"ResourceId":406},
         "RAIDType":"RAID1","CapacityBytes":1610612736,"StripSizeBytes":65536,
         "ReadCachePolicy":"ReadAhead","WriteCachePolicy":"WriteBack",
         "WriteCacheState":"Protected"})"),
               "  vd1, ResId 406, RAID1, 1.50GiB; StripSize=64KB, ReadAhead, "
-              "WriteBack, WtCacheState=Protected\n");
+              "WriteBack, WtCacheState=Protected");
 }
 
 TEST(VolumeLine, missingMembersAreZeroAndEmpty)
 {
-    EXPECT_EQ(volumeLine("{}"), "  , ResId 0, , 0.00GiB; StripSize=0KB, , , "
-                                "WtCacheState=\n");
+    EXPECT_EQ(volume("{}"), "  , ResId 0, , 0.00GiB; StripSize=0KB, , , "
+                            "WtCacheState=");
 }
 
 TEST(PoolLine, typesKeepTheirTrailingBlank)
 {
-    EXPECT_EQ(poolLine(R"({"Internal":{"ResourceId":3},
+    EXPECT_EQ(pool(R"({"Internal":{"ResourceId":3},
         "SupportedRAIDTypes":["RAID0","RAID1"],
         "Capacity":{"Data":{"AllocatedBytes":2147483648,
                             "ConsumedBytes":1073741824}},
         "RemainingCapacityPercent":50})"),
               "  Pool 3: RAID0 RAID1 , Capacity 2.00GiB, Consumed 1.00GiB, "
-              "Remain 50\n");
+              "Remain 50");
 }
 
 TEST(PoolLine, missingPercentageIs255)
 {
-    EXPECT_EQ(poolLine(R"({"Capacity":{}})"),
-              "  Pool 0: , Capacity 0.00GiB, Consumed 0.00GiB, Remain 255\n");
+    EXPECT_EQ(pool(R"({"Capacity":{}})"),
+              "  Pool 0: , Capacity 0.00GiB, Consumed 0.00GiB, Remain 255");
 }
 
 TEST(DriveLine, showsEverything)
 {
-    EXPECT_EQ(driveLines(R"({"Name":"Drive 3","Internal":{"ResourceId":22,
+    EXPECT_EQ(drive(R"({"Name":"Drive 3","Internal":{"ResourceId":22,
         "TypeString":"SSD"},"PhysicalLocation":{"PartLocation":{
         "LocationType":"Slot","LocationOrdinalValue":3}},"Manufacturer":"M",
         "Model":"X1","PartNumber":"P9","SerialNumber":"S","FirmwareVersion":
         "F"})"),
               "  Slot3, ResId 22, Drive 3, SSD, M, X1, P/N: P9, S/N: S, "
-              "F/W: F\n");
+              "F/W: F");
 }
 
 TEST(DriveLine, ordinalDependsOnWhatIsMissing)
 {
-    EXPECT_EQ(driveLines("{}"), "  0, ResId 0, , , , , S/N: , F/W: \n");
-    EXPECT_EQ(driveLines(R"({"PhysicalLocation":{}})"),
-              "  255, ResId 0, , , , , S/N: , F/W: \n");
+    EXPECT_EQ(drive("{}"), "  0, ResId 0, , , , , S/N: , F/W: ");
+    EXPECT_EQ(drive(R"({"PhysicalLocation":{}})"),
+              "  255, ResId 0, , , , , S/N: , F/W: ");
 }
 
 struct Identity
@@ -104,39 +108,30 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(DriveUsage, sasShowsProcessedBytes)
 {
-    EXPECT_EQ(driveLines(R"({"Protocol":"SAS","Oem":{"Mervax":{"POH":1234,
-        "ProcessedBytes":2500000000}}})",
-                         true),
-              "  0, ResId 0, , , , , S/N: , F/W: \n"
-              "      POH: 1234,  ProcessedBytes: 2.50(GB)\n");
+    EXPECT_EQ(usage(R"({"Protocol":"SAS","Oem":{"Mervax":{"POH":1234,
+        "ProcessedBytes":2500000000}}})"),
+              "      POH: 1234,  ProcessedBytes: 2.50(GB)");
 }
 
 TEST(DriveUsage, sataShowsWrittenAndReadBytes)
 {
-    EXPECT_EQ(driveLines(R"({"Protocol":"SATA","Oem":{"Mervax":{"POH":9,
-        "WriteBytes":1000000000,"ReadBytes":10000000}}})",
-                         true),
-              "  0, ResId 0, , , , , S/N: , F/W: \n"
-              "      POH: 9,  WriteBytes: 1.00(GB),  ReadBytes: 0.01(GB)\n");
+    EXPECT_EQ(usage(R"({"Protocol":"SATA","Oem":{"Mervax":{"POH":9,
+        "WriteBytes":1000000000,"ReadBytes":10000000}}})"),
+              "      POH: 9,  WriteBytes: 1.00(GB),  ReadBytes: 0.01(GB)");
 }
 
 TEST(DriveUsage, otherProtocolsShowNothing)
 {
-    const char* one = "  0, ResId 0, , , , , S/N: , F/W: \n";
-    EXPECT_EQ(
-        driveLines(R"({"Protocol":"NVMe","Oem":{"Mervax":{"POH":9}}})", true),
-        one);
-    EXPECT_EQ(driveLines(R"({"Protocol":"SAS","Oem":{}})", true), one);
-    EXPECT_EQ(driveLines(R"({"Protocol":"SAS","Oem":{"Mervax":{"POH":9}}})"),
-              one);
+    EXPECT_EQ(usage(R"({"Protocol":"NVMe","Oem":{"Mervax":{"POH":9}}})"), "");
+    EXPECT_EQ(usage(R"({"Protocol":"SAS","Oem":{}})"), "");
+    EXPECT_EQ(usage("{}"), "");
 }
 
 TEST(DriveUsage, protocolMustBeText)
 {
-    EXPECT_THROW(driveLines(R"({"Protocol":3,"Oem":{"Mervax":{}}})", true),
+    EXPECT_THROW(usage(R"({"Protocol":3,"Oem":{"Mervax":{}}})"),
                  json::type_error);
-    EXPECT_THROW(driveLines(R"({"Oem":{"Mervax":{}}})", true),
-                 json::type_error);
+    EXPECT_THROW(usage(R"({"Oem":{"Mervax":{}}})"), json::type_error);
 }
 
 /** The order of places in a listing; a drive without one has ordinal 0. */
@@ -152,21 +147,17 @@ TEST(DriveOrder, unplacedFirstThenBySlot)
          "Slot","LocationOrdinalValue":5}}},
         {"PhysicalLocation":{"PartLocation":{"LocationType":"Bay",
          "LocationOrdinalValue":9}}}])");
-    const std::string text =
-        printedBy([&] { printDrives(items, Options{}, ""); });
-    EXPECT_EQ(text, "0, ResId 0, none, , , , S/N: , F/W: \n"
-                    "Slot5, ResId 0, again, , , , S/N: , F/W: \n"
-                    "Bay9, ResId 0, , , , , S/N: , F/W: \n"
-                    "Slot2, ResId 0, , , , , S/N: , F/W: \n"
-                    "Slot5, ResId 0, , , , , S/N: , F/W: \n");
-}
-
-TEST(StorageMethod, nvmeKeepsItsDrivesUnderAnotherName)
-{
-    EXPECT_EQ(storageMethod("nvmed", "Drives"), "GetAllDrives");
-    EXPECT_EQ(storageMethod("nvmed", "Volumes"), "GetVolumes");
-    EXPECT_EQ(storageMethod("rsa", "Drives"), "GetDrives");
-    EXPECT_EQ(storageMethod("lsa", "StoragePools"), "GetStoragePools");
+    std::vector<std::string> lines;
+    visitDrives(items, [&lines](const json& item)
+                { lines.push_back(driveLine(item, "")); });
+    EXPECT_EQ(lines, (std::vector<std::string>{
+                         "0, ResId 0, none, , , , S/N: , F/W: ",
+                         "Slot5, ResId 0, again, , , , S/N: , F/W: ",
+                         "Bay9, ResId 0, , , , , S/N: , F/W: ",
+                         "Slot2, ResId 0, , , , , S/N: , F/W: ",
+                         "Slot5, ResId 0, , , , , S/N: , F/W: "}));
 }
 
 } // namespace
+
+} // namespace tool

@@ -8,6 +8,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
@@ -95,3 +98,5 @@ TEST_F(RequestFile, thatNeverEndsIsAnException)
 }
 
 } // namespace
+
+} // namespace tool

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+namespace tool
+{
+
 namespace
 {
 
@@ -107,3 +110,5 @@ TEST(Usage, everyLineEndsInCarriageReturnAndLineFeed)
 }
 
 } // namespace
+
+} // namespace tool

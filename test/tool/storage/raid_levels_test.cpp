@@ -4,6 +4,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 TEST(RaidLevels, areAsTheControllersHaveThem)
 {
     // Fewest and most drives, fewest and most spans, even number of drives,
@@ -32,3 +35,5 @@ TEST(RaidLevels, areAsTheControllersHaveThem)
     EXPECT_EQ(raidLevelRules(), expected);
     EXPECT_EQ(&raidLevelRules(), &raidLevelRules());
 }
+
+} // namespace tool

@@ -9,6 +9,9 @@
 
 using nlohmann::json;
 
+namespace tool
+{
+
 namespace
 {
 
@@ -218,3 +221,5 @@ TEST(VolumeParams, moreVolumesThanCanBeSentAreRefusedBeforeTheyAreBuilt)
 }
 
 } // namespace
+
+} // namespace tool

@@ -1,9 +1,11 @@
 #include "tool/pcie/device.hpp"
-#include "tool/pcie/system_state.hpp"
 
 #include <gtest/gtest.h>
 
 using nlohmann::json;
+
+namespace tool
+{
 
 namespace
 {
@@ -29,13 +31,13 @@ TEST(DeviceLine, slotAndNumbers)
         "PCIeDevice":{"Name":"RAID"}})",
                      0x1d),
               "   Slot 03, Addr 0x008C0000, [1000 0014 0001 ABCD], rsa, RAID, "
-              "EID(0x1D)\n");
+              "EID(0x1D)");
 }
 
 TEST(DeviceLine, locationZeroIsOnboardWithItsSlotNumber)
 {
     EXPECT_EQ(lineOf("{}"), "Onboard 00, Addr 0x00000000, [0000 0000 0000 "
-                            "0000], rsa, , EID(0x00)\n");
+                            "0000], rsa, , EID(0x00)");
     EXPECT_EQ(lineOf(R"({"SlotNumber":12})").substr(0, 10), "Onboard 12");
 }
 
@@ -98,10 +100,10 @@ TEST(PartLine, isThereWhenOneOfTheFourIs)
     EXPECT_EQ(partLine(json::parse(R"({"PartNumber":"","SKU":""})")), "");
     EXPECT_EQ(partLine(json::parse(R"({"SKU":7})")), "");
     EXPECT_EQ(partLine(json::parse(R"({"SKU":"K"})")),
-              "            P/N: ;  SKU: K;  S/N: ;  Manufacture: \n");
+              "            P/N: ;  SKU: K;  S/N: ;  Manufacture: ");
     EXPECT_EQ(partLine(json::parse(R"({"PartNumber":"P","SKU":"K",
         "SerialNumber":"S","Manufacturer":"M"})")),
-              "            P/N: P;  SKU: K;  S/N: S;  Manufacture: M\n");
+              "            P/N: P;  SKU: K;  S/N: S;  Manufacture: M");
 }
 
 std::string portOf(const char* text)
@@ -112,7 +114,7 @@ std::string portOf(const char* text)
 TEST(PortLine, labelFallsBackToIdThenToThePosition)
 {
     EXPECT_EQ(portOf("{}"),
-              "            [Port 0]  ;  State:         ;  Speed(Gbps): 0.0\n");
+              "            [Port 0]  ;  State:         ;  Speed(Gbps): 0.0");
     EXPECT_EQ(portOf(R"({"Id":"p7"})").substr(12, 9), "[Port p7]");
     EXPECT_EQ(portOf(R"({"Id":"p7","PortId":"A"})").substr(12, 8), "[Port A]");
     EXPECT_EQ(portLine(json::object(), 4).substr(12, 8), "[Port 4]");
@@ -125,7 +127,7 @@ TEST(PortLine, showsAddressStateSpeedAndExtras)
         "Oem":{"Mervax":{"PermanentAddress":"02:00:00:00:00:01",
         "TxUtilization":3,"RxUtilization":5,"NCSI":{"PackageId":2}}}})"),
         "            [Port 1]  02:00:00:00:00:01;  State:   LinkUp;  "
-        "Speed(Gbps): 25.0;  Tx/Rx Util: 3/5;    PackageId: 2\n");
+        "Speed(Gbps): 25.0;  Tx/Rx Util: 3/5;    PackageId: 2");
 }
 
 TEST(PortLine, utilisationNeedsBothDirections)
@@ -156,53 +158,6 @@ TEST(StorageController, raidAndSasClassesOnly)
     }
 }
 
-TEST(BootProgress, namesEveryKnownCode)
-{
-    const std::pair<uint8_t, const char*> names[]{
-        {8, "StartPEI"},
-        {16, "MemoryInit"},
-        {24, "MemoryTest"},
-        {56, "DxeInit"},
-        {105, "PowerOnAuthentication"},
-        {106, "WaitingForPowerOnPassword"},
-        {120, "PostComplete"},
-        {136, "BootBMU"},
-        {145, "SetupAuthentication"},
-        {146, "WaitingForSetupPassword"},
-        {160, "F1Setup"},
-        {176, "BootUefiOS"},
-        {188, "OS Booted (ExitBootServices)"},
-        {196, "OS Booted (AcpiEnable)"},
-        {209, "SmbiosReady"},
-        {254, "ResetSystem"},
-    };
-    unsigned unknown = 0;
-    for (unsigned code = 0; code < 256; ++code)
-    {
-        const std::string name = bootProgressName(static_cast<uint8_t>(code));
-        unknown += name.starts_with("Unknown(0x") ? 1 : 0;
-    }
-    EXPECT_EQ(unknown, 256 - std::size(names));
-    for (const auto& [code, name] : names)
-    {
-        EXPECT_EQ(bootProgressName(code), name);
-    }
-}
-
-TEST(BootProgress, showsUnknownCodesInHex)
-{
-    EXPECT_EQ(bootProgressName(0x00), "Unknown(0x00)");
-    EXPECT_EQ(bootProgressName(0xFF), "Unknown(0xFF)");
-    EXPECT_EQ(bootProgressName(0x7A), "Unknown(0x7A)");
-}
-
-TEST(AfterLastDot, shortensWhatHasADot)
-{
-    EXPECT_EQ(afterLastDot("xyz.openbmc_project.State.Chassis.PowerState.On"),
-              "On");
-    EXPECT_EQ(afterLastDot("xyz.openbmc_project.State.Chassis"), "Chassis");
-    EXPECT_EQ(afterLastDot("On"), "On");
-    EXPECT_EQ(afterLastDot("com.mervax."), "");
-}
-
 } // namespace
+
+} // namespace tool

@@ -1,0 +1,88 @@
+#include "io/common/src/JsonText.hpp"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+
+std::string nested(std::size_t levels)
+{
+    return std::string(levels, '[') + std::string(levels, ']');
+}
+
+TEST(ParseJson, boundsNesting)
+{
+    EXPECT_EQ(io::parseJson(nested(512)).size(), 1U);
+    EXPECT_THROW(io::parseJson(nested(513)), std::length_error);
+    EXPECT_THROW(io::parseJson(nested(1000000)), std::length_error);
+}
+
+TEST(ParseJson, countsObjectsAndArraysAlike)
+{
+    std::string text;
+    for (int i = 0; i < 300; ++i)
+    {
+        text += R"([{"k":)";
+    }
+    EXPECT_THROW(io::parseJson(text), std::length_error);
+    EXPECT_THROW(io::tryParseJson(text), std::length_error);
+}
+
+TEST(ParseJson, bracketsInTextDoNotCount)
+{
+    const std::string brackets(600, '[');
+    EXPECT_EQ(io::parseJson("[\"" + brackets + "\"]").front(), brackets);
+    EXPECT_EQ(io::parseJson(R"(["\"\\)" + brackets + "\"]").front(),
+              "\"\\" + brackets);
+    EXPECT_THROW(io::parseJson(R"(["\\", )" + brackets), std::length_error);
+}
+
+TEST(ParseJson, siblingsDoNotAddUp)
+{
+    std::string text = "[";
+    for (int i = 0; i < 1000; ++i)
+    {
+        text += "[],{},";
+    }
+    EXPECT_EQ(io::parseJson(text + "[]]").size(), 2001U);
+}
+
+TEST(ParseJson, keepsEveryKindOfValue)
+{
+    const nlohmann::json document = io::parseJson(
+        R"( {"n": null, "b": [true, false], "i": -1, "u": 18446744073709551615,
+             "f": 0.5, "s": "\u00e4\n", "o": {"a": [{"x": {}}, []]}} )");
+    EXPECT_TRUE(document["n"].is_null());
+    EXPECT_EQ(document["b"], nlohmann::json::array({true, false}));
+    EXPECT_EQ(document["i"].get<int64_t>(), -1);
+    EXPECT_EQ(document["u"].get<uint64_t>(), 18446744073709551615U);
+    EXPECT_EQ(document["f"].get<double>(), 0.5);
+    EXPECT_EQ(document["s"].get<std::string>(), "\u00e4\n");
+    EXPECT_EQ(document["o"].dump(), R"({"a":[{"x":{}},[]]})");
+    EXPECT_EQ(document.size(), 7U);
+}
+
+TEST(ParseJson, ofTwoMembersWithOneNameTheLastStays)
+{
+    EXPECT_EQ(io::parseJson(R"({"a": [1, 2], "b": 1, "a": {"c": 3}})").dump(),
+              R"({"a":{"c":3},"b":1})");
+}
+
+TEST(ParseJson, numbersBeyondADoubleAreTheLibrarysError)
+{
+    EXPECT_THROW(io::parseJson("[1e999]"), nlohmann::json::out_of_range);
+    EXPECT_TRUE(io::tryParseJson("[1e999]").is_discarded());
+}
+
+TEST(ParseJson, malformedTextIsTheLibrarysError)
+{
+    for (const char* text : {"", "{", "[1,]", "nul", "\"\xff\"", "{} x", "\\"})
+    {
+        EXPECT_THROW(io::parseJson(text), nlohmann::json::parse_error) << text;
+        EXPECT_TRUE(io::tryParseJson(text).is_discarded()) << text;
+    }
+}
+
+} // namespace
