@@ -176,6 +176,10 @@ ssize_t UdsSocket::receive(void* buffer, std::size_t length,
         lg2::error("[ERR] recv failed");
         return received;
     }
+    // The library reads on behind a short message, in a buffer that may hold
+    // the one before.
+    std::memset(static_cast<uint8_t*>(buffer) + received, 0,
+                length - static_cast<std::size_t>(received));
     return received;
 }
 

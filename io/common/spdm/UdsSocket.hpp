@@ -55,7 +55,8 @@ class UdsSocket
      */
     ssize_t sendToSelf(std::span<const uint8_t> bytes) const;
 
-    /** Take one datagram; what does not fit into the buffer is lost.
+    /** Take one datagram; what does not fit into the buffer is lost, and what
+     *  it does not fill is cleared.
      *
      *  @param timeout microseconds
      *  @return its length; 0 when none came in time; -1 when select(2) or

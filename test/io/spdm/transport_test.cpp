@@ -56,7 +56,8 @@ TEST_F(Transport, AResponseWaitsInTheSocket)
     EXPECT_EQ(lines, Lines{});
     // The length is not written back.
     EXPECT_EQ(size, buffer.size());
-    EXPECT_EQ(buffer, (std::array<uint8_t, 8>{5, 1, 2, 3, 1, 1, 1, 1}));
+    // What was there before it is gone.
+    EXPECT_EQ(buffer, (std::array<uint8_t, 8>{5, 1, 2, 3}));
 }
 
 TEST_F(Transport, AResponseIsCutToTheBuffer)
@@ -107,7 +108,7 @@ TEST_F(Transport, NothingInTimeIsNoFailureOfTheReceiver)
         {
             EXPECT_EQ(send(0), 0U);
             EXPECT_EQ(scripted.receive(nullptr, &size, &where, 0), 0U);
-            buffer = {};
+            buffer = {1, 1, 1, 1};
             EXPECT_EQ(scripted.receive(nullptr, &size, &where, 1000), 0U);
         });
     EXPECT_EQ(lines, Lines{"<3> [ERR] Timeout occurred. No data received"});
