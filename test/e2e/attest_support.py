@@ -9,6 +9,7 @@ import scenarios as s
 ROOTS = "/run/bmcsim/roots"
 FOREIGN = ROOTS + "/foreign"
 SOCKET = pathlib.Path("/run/zantricSpdmSocket")
+LOCK = SOCKET.with_name(SOCKET.name + ".lock")
 CHAIN = pathlib.Path("/tmp/certchain.bin")
 SAVE = pathlib.Path("/tmp/save_cert")
 IGNORE = pathlib.Path("/tmp/ignore_cert_check")
@@ -77,7 +78,7 @@ def attest(bmc, roots=None, address=ADDRESS, **options):
     """Runs an attestation; its output must be the one line."""
     words = ["-o", "attest", "-a", hex(address)]
     result = bmc.run(*words, *(["-f", roots] if roots else []), **options)
-    assert not SOCKET.exists()
+    assert leftovers() == []
     return result
 
 
@@ -125,6 +126,12 @@ def chain_size(bmc):
             if " cert chain size " in text]
 
 
+def leftovers():
+    """What is at the socket's path and beside it."""
+    return [name for name in os.listdir(SOCKET.parent)
+            if name.startswith(SOCKET.name)]
+
+
 def remove(path):
     """Removes whatever there is."""
     if path.is_dir() and not path.is_symlink():
@@ -135,7 +142,7 @@ def remove(path):
 
 def tidy():
     """Removes what a case may leave where the tool looks."""
-    for path in (SOCKET, CHAIN, SAVE, IGNORE):
+    for path in (SOCKET, LOCK, CHAIN, SAVE, IGNORE):
         remove(path)
     assert not [name for name in os.listdir("/tmp")
                 if name.startswith("certchain")]

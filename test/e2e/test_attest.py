@@ -116,12 +116,21 @@ def test_only_a_slot_whose_key_may_measure_is_measured(bmc):
         a.UNINITIALIZED]
 
 
-def test_a_device_with_no_blocks(bmc):
-    """A count of nothing is no failure of the device's answer."""
-    bmc.start(a.attested(a.device(claimedBlocks=1, measurements=a.blocks(
-        a.BLOCKS[:1]))))
+def test_a_device_with_one_block(bmc):
+    """The count is what the device tells."""
+    bmc.start(a.attested(a.device(measurements=a.blocks(a.BLOCKS[:1]))))
     assert a.attest(bmc).status == 0
-    assert a.measured(a.BLOCKS[:1])[-1] in bmc.messages()
+    assert bmc.messages()[6:-2] == a.measured(a.BLOCKS[:1])
+
+
+@pytest.mark.parametrize("claim", [{"measurements": []}, {"claimedBlocks": 0}])
+def test_a_device_with_no_blocks(bmc, claim):
+    """The library takes a count of nothing for a field that cannot be."""
+    bmc.start(a.attested({**a.device(), **claim}))
+    assert a.attest(bmc) == (a.output(), "", 255)
+    assert bmc.messages()[-2:] == [
+        (ERROR, "  [ERR] Failed to get num of measurement blocks based on "
+         "slot 0. rc = 0x80010005"), a.UNINITIALIZED]
 
 
 def test_a_large_chain_in_chunks(bmc):

@@ -166,6 +166,21 @@ def test_a_block_that_is_wrongly_signed(bmc):
     assert a.measured()[1] not in bmc.messages()
 
 
+@pytest.mark.parametrize("left", [16, 20])
+def test_a_block_that_is_cut_inside_its_value(bmc, left):
+    """What did not arrive reads as zeros, never as the block before."""
+    items = ((1, 0x80, b"\xaa" * 8), (2, 0x80, b"\xbb" * 8))
+    bmc.start(a.attested(a.device(
+        measurements=a.blocks(items),
+        capabilities={"measurements": "unsigned"},
+        faults=[a.fault("GET_MEASUREMENTS", "truncate", nth=3, bytes=left)])))
+    assert a.attest(bmc).status == 0
+    # Type byte, header, count, length, and the headers of block and value.
+    arrived = items[1][2][:left - 16]
+    items = (items[0], (2, 0x80, arrived + bytes(8 - len(arrived))))
+    assert bmc.messages()[-4:-2] == a.measured(items)[1:]
+
+
 def test_an_answer_longer_than_the_message(bmc):
     """What follows the message's own length is not looked at."""
     bmc.start(a.attested(a.device(faults=[

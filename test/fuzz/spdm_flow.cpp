@@ -1,3 +1,4 @@
+#include "io/common/spdm/Measurements.hpp"
 #include "target.hpp"
 #include "test/io/spdm/in_process.hpp"
 #include "test/scratch_dir.hpp"
@@ -34,29 +35,50 @@ const std::string& roots()
     return path;
 }
 
-nlohmann::json configOf(std::size_t version, bool chunks)
+/** What a conversation is about: the bits of an input's first byte. */
+struct Kind
 {
-    nlohmann::json config = in_process::configOf(versions.at(version));
-    if (chunks && version >= 2)
+    explicit Kind(uint8_t bits) :
+        version(bits % versions.size()),
+        chunks((bits & 4) != 0 && version >= 2),
+        root((bits & 8) != 0),
+        isSigned((bits & 16) == 0)
+    {
+    }
+
+    auto operator<=>(const Kind&) const = default;
+
+    std::size_t version;
+    bool chunks;
+    bool root;
+    bool isSigned;
+};
+
+nlohmann::json configOf(const Kind& kind)
+{
+    nlohmann::json config = in_process::configOf(versions.at(kind.version));
+    if (kind.chunks)
     {
         config["capabilities"]["chunking"] = true;
         config["dataTransferSize"] = 200U;
+    }
+    if (!kind.isSigned)
+    {
+        config["capabilities"]["measurements"] = "unsigned";
     }
     return config;
 }
 
 /** A device takes longer to make than to ask: one of each kind is kept. */
-sim::spdm::Device& deviceOf(std::size_t version, bool chunks)
+sim::spdm::Device& deviceOf(const Kind& kind)
 {
     static sim::spdm::KeyStore keys(roots());
-    static std::map<std::pair<std::size_t, bool>,
-                    std::unique_ptr<sim::spdm::Device>>
-        devices;
-    auto& device = devices[{version, chunks}];
+    static std::map<Kind, std::unique_ptr<sim::spdm::Device>> devices;
+    auto& device = devices[kind];
     if (device == nullptr)
     {
         device = std::make_unique<sim::spdm::Device>(
-            sim::spdm::parseDeviceConfig(configOf(version, chunks)), keys);
+            sim::spdm::parseDeviceConfig(configOf(kind)), keys);
     }
     return *device;
 }
@@ -115,13 +137,108 @@ Bytes withoutReserved(Bytes message)
     return message;
 }
 
+/** The value that a MEASUREMENTS message of one block holds, with zeros for
+ *  what did not arrive and for what the record has no room for.
+ */
+std::string valueIn(const Bytes& message)
+{
+    // MCTP's message type, version, code, two parameters, number of blocks,
+    // and 24 bits of the record's length; then headers of block and value.
+    constexpr std::size_t recordAt = 9;
+    constexpr std::size_t headers = 7;
+    const auto at = [&message](std::size_t place) -> std::size_t
+    { return place < message.size() ? message[place] : 0; };
+    const std::size_t record = at(6) | at(7) << 8 | at(8) << 16;
+    const std::size_t size = at(14) | at(15) << 8;
+    Bytes value(size, 0);
+    for (std::size_t i = 0; i < size && headers + i < record; ++i)
+    {
+        value[i] = static_cast<uint8_t>(at(recordAt + headers + i));
+    }
+    return mctp::spdm::hexDigits(value);
+}
+
+/** Watches what becomes of the answers to GET_MEASUREMENTS.
+ *
+ *  A block that was asked for with a signature is logged only if nothing was
+ *  changed that its signature covers: what was measured since the signature
+ *  before, and from 1.2 on the negotiation. Any block is logged with the bytes
+ *  that arrived.
+ */
+class Measurements
+{
+  public:
+    explicit Measurements(const Kind& described) : kind(described)
+    {
+    }
+
+    /** Before the device is asked. */
+    void begin(const Bytes& request)
+    {
+        constexpr uint8_t signatureAttribute = 1;
+        check();
+        // The device's signature ended what it covers.
+        forged = forged && !isSigned;
+        isSigned = request.size() > 3 && (request[3] & signatureAttribute) != 0;
+        running = true;
+    }
+
+    void negotiationIsForged()
+    {
+        constexpr std::size_t version12 = 2;
+        negotiationForged = kind.version >= version12;
+    }
+
+    /** An answer since then, which may be a piece of one. */
+    void note(const Bytes& answer, bool changed)
+    {
+        forged = forged || changed;
+        last = answer;
+    }
+
+    /** Look at what the tool has logged since the last time. */
+    void check()
+    {
+        const std::vector<std::string>& lines = fuzz::logged();
+        for (; seen < lines.size(); ++seen)
+        {
+            if (running && lines[seen].starts_with("    measurement block "))
+            {
+                judge(lines[seen]);
+            }
+        }
+    }
+
+    bool hasBegun() const
+    {
+        return running;
+    }
+
+  private:
+    void judge(const std::string& line) const
+    {
+        fuzz::require(!isSigned || (!forged && !negotiationForged),
+                      "no measurement is logged against its signature");
+        // A message in pieces is not put together here.
+        fuzz::require(kind.chunks || line.ends_with(". " + valueIn(last)),
+                      "a measurement is logged as it arrived");
+    }
+
+    Kind kind;
+    bool running{false};
+    bool isSigned{false};
+    bool forged{false};
+    bool negotiationForged{false};
+    Bytes last;
+    std::size_t seen{0};
+};
+
 /** A conversation with a device, some of whose answers are changed. */
 class Conversation : public in_process::Responder
 {
   public:
     explicit Conversation(fuzz::Reader& reader) :
-        kind(reader.byte()),
-        device(deviceOf(kind % versions.size(), (kind & 4) != 0))
+        kind(reader.byte()), device(deviceOf(kind)), measurements(kind)
     {
         while (!reader.empty())
         {
@@ -139,13 +256,17 @@ class Conversation : public in_process::Responder
 
     bool usesRoot() const
     {
-        return (kind & 8) != 0;
+        return kind.root;
     }
 
     bool answer(const Bytes& request, Bytes& response) override
     {
         const uint8_t code = request.size() > 2 ? request[2] : 0;
         challenged = challenged || code == challenge;
+        if (code == getMeasurements)
+        {
+            measurements.begin(request);
+        }
         const std::optional<Bytes> honest = device.handle(request);
         if (!honest)
         {
@@ -164,32 +285,52 @@ class Conversation : public in_process::Responder
         return true;
     }
 
-    /** Was an answer that the challenge's signature covers changed? */
-    bool isForged() const
+    /** The run is over. */
+    void check(libspdm_return_t status)
     {
-        return challenged && forged;
+        measurements.check();
+        fuzz::require(status != LIBSPDM_STATUS_SUCCESS || !challenged ||
+                          !forged,
+                      "nothing unsigned is taken for signed");
     }
 
   private:
-    /** What is behind a message is nobody's, and the requester's buffer holds
-     *  zeros where one was cut. */
-    void note(uint8_t code, const Bytes& honest, Bytes changed)
+    static bool isNegotiation(uint8_t code)
     {
-        changed.resize(honest.size(), 0);
-        // The measurements' own signature covers them, block by block, and a
-        // block that is refused is no failure of the whole.
-        measuring = measuring || code == getMeasurements;
-        forged = forged || (!measuring && withoutReserved(changed) !=
-                                              withoutReserved(honest));
+        constexpr std::array<uint8_t, 3> codes{0x84, 0xe1, 0xe3};
+        return std::find(codes.begin(), codes.end(), code) != codes.end();
     }
 
-    uint8_t kind;
+    /** What is behind a message is nobody's, and the requester's buffer holds
+     *  zeros where one was cut. */
+    void note(uint8_t code, const Bytes& honest, const Bytes& sent)
+    {
+        Bytes arrived = sent;
+        arrived.resize(honest.size(), 0);
+        const bool changed =
+            withoutReserved(arrived) != withoutReserved(honest);
+        if (measurements.hasBegun())
+        {
+            // Their own signature covers them, block by block, and a block
+            // that is refused is no failure of the whole.
+            measurements.note(sent, changed);
+            return;
+        }
+        forged = forged || changed;
+        if (changed && isNegotiation(code))
+        {
+            measurements.negotiationIsForged();
+        }
+    }
+
+    Kind kind;
     sim::spdm::Device& device;
     std::vector<Change> changes;
     unsigned answers{0};
     bool challenged{false};
-    bool measuring{false};
+    /** Was an answer that the challenge's signature covers changed? */
     bool forged{false};
+    Measurements measurements;
 };
 
 /** A connection that is there and that nobody looks at: what would use it is
@@ -212,8 +353,7 @@ void fuzz::target(Input input)
     const libspdm_return_t status = in_process::attest(
         conversation, conversation.usesRoot() ? roots() : "");
     SpdmLib::connection.reset();
-    require(status != LIBSPDM_STATUS_SUCCESS || !conversation.isForged(),
-            "nothing unsigned is taken for signed");
+    conversation.check(status);
 }
 
 namespace mctp::spdm

@@ -13,6 +13,7 @@ namespace
 {
 
 std::string kept;
+std::vector<std::string> records;
 
 } // namespace
 
@@ -22,6 +23,11 @@ namespace fuzz
 const std::string& printed()
 {
     return kept;
+}
+
+const std::vector<std::string>& logged()
+{
+    return records;
 }
 
 void require(bool holds, const char* property)
@@ -83,14 +89,26 @@ void exitProcess(int status)
 extern "C"
 {
     // Millions of runs are nothing for the journal of this machine.
-    int sd_journal_sendv(const iovec* /*fields*/, int /*count*/)
+    int sd_journal_sendv(const iovec* fields, int count)
     {
+        constexpr std::string_view name = "MESSAGE=";
+        for (const iovec& field :
+             std::span(fields, static_cast<std::size_t>(count)))
+        {
+            const std::string_view text(
+                static_cast<const char*>(field.iov_base), field.iov_len);
+            if (text.starts_with(name))
+            {
+                records.emplace_back(text.substr(name.size()));
+            }
+        }
         return 0;
     }
 
     int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     {
         kept.clear();
+        records.clear();
         try
         {
             fuzz::target({data, size});

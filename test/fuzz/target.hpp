@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /** What fuzz targets have in common.
  *
@@ -31,6 +32,9 @@ struct Exit
 
 /** What the tool has printed in this run. */
 const std::string& printed();
+
+/** The messages that would have gone to the journal in this run. */
+const std::vector<std::string>& logged();
 
 /** End the process, so that the input is kept, when a property fails. */
 void require(bool holds, const char* property);

@@ -154,16 +154,22 @@ Negotiated SpdmLib::readNegotiated()
     constexpr auto peers = LIBSPDM_DATA_LOCATION_CONNECTION;
     void* const spdm = context.get();
     Negotiated result;
-    // What the library does not know stays 0; the state then tells.
     uint32_t ownFlags = 0;
     getData(spdm, LIBSPDM_DATA_CAPABILITY_FLAGS, LIBSPDM_DATA_LOCATION_LOCAL,
             ownFlags);
-    getData(spdm, LIBSPDM_DATA_SPDM_VERSION, peers, result.version);
     responderFlags = 0;
-    getData(spdm, LIBSPDM_DATA_CAPABILITY_FLAGS, peers, responderFlags);
-    getData(spdm, LIBSPDM_DATA_CONNECTION_STATE, peers, result.state);
-    getData(spdm, LIBSPDM_DATA_BASE_ASYM_ALGO, peers, result.baseAsymAlgo);
-    getData(spdm, LIBSPDM_DATA_BASE_HASH_ALGO, peers, result.baseHashAlgo);
+    // These decide what the device is asked for, and 0 asks for nothing: where
+    // one cannot be read there is no connection.
+    const bool isKnown =
+        getData(spdm, LIBSPDM_DATA_SPDM_VERSION, peers, result.version) &&
+        getData(spdm, LIBSPDM_DATA_CAPABILITY_FLAGS, peers, responderFlags) &&
+        getData(spdm, LIBSPDM_DATA_BASE_ASYM_ALGO, peers,
+                result.baseAsymAlgo) &&
+        getData(spdm, LIBSPDM_DATA_BASE_HASH_ALGO, peers, result.baseHashAlgo);
+    if (isKnown)
+    {
+        getData(spdm, LIBSPDM_DATA_CONNECTION_STATE, peers, result.state);
+    }
     getData(spdm, LIBSPDM_DATA_MEASUREMENT_HASH_ALGO, peers,
             result.measurementHashAlgo);
     return result;

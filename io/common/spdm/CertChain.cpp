@@ -106,9 +106,16 @@ libspdm_return_t SpdmLib::loadRootCert(const std::string& directory,
     parameter.location = LIBSPDM_DATA_LOCATION_LOCAL;
     // The library wants a pointer to something that may be written to.
     const size_t offset = static_cast<size_t>(rootCert - rootCertChain.data());
-    libspdm_set_data(context.get(), LIBSPDM_DATA_PEER_PUBLIC_ROOT_CERT,
-                     &parameter, rootCertChain.data() + offset, rootCertSize);
-    return LIBSPDM_STATUS_SUCCESS;
+    const libspdm_return_t status = libspdm_set_data(
+        context.get(), LIBSPDM_DATA_PEER_PUBLIC_ROOT_CERT, &parameter,
+        rootCertChain.data() + offset, rootCertSize);
+    if (LIBSPDM_STATUS_IS_ERROR(status))
+    {
+        // Without a root the library would ask for none.
+        lg2::error("[ERR] Failed to set the root certificate. rc = {R}", "R",
+                   lg2::hex, status);
+    }
+    return status;
 }
 
 } // namespace mctp::spdm

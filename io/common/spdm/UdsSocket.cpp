@@ -3,6 +3,7 @@
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <phosphor-logging/lg2.hpp>
@@ -71,14 +72,34 @@ std::string UdsSocket::pathFor(std::string_view executable)
     return path;
 }
 
-bool UdsSocket::bindToPath()
+bool UdsSocket::bindToPath() const
 {
-    address = {};
+    sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+    const sockaddr* const self = genericAddress(address);
+    // When this fails there is either nothing there or something that makes
+    // the bind fail too, which then tells.
+    unlink(path.c_str());
     // The file gets the socket's mode: nobody else may send into it.
     return fchmod(fd, S_IRUSR | S_IWUSR) == 0 &&
-           bind(fd, genericAddress(address), sizeof(address)) == 0;
+           bind(fd, self, sizeof(address)) == 0 &&
+           connect(fd, self, sizeof(address)) == 0;
+}
+
+bool UdsSocket::openAtPath()
+{
+    path = pathFor(executableLink());
+    if (!users.enter(path))
+    {
+        return false;
+    }
+    if (!bindToPath() || !users.stay())
+    {
+        users.leave();
+        return false;
+    }
+    return true;
 }
 
 int UdsSocket::init()
@@ -93,11 +114,7 @@ int UdsSocket::init()
         lg2::error("[ERR] Failed to open UDS socket for SPDM");
         return -1;
     }
-    path = pathFor(executableLink());
-    // When this fails there is either nothing there or something that makes
-    // the bind fail too, which then tells.
-    unlink(path.c_str());
-    if (!bindToPath())
+    if (!openAtPath())
     {
         lg2::error("[ERR] Failed to bind UDS socket for SPDM");
         close(fd);
@@ -114,17 +131,26 @@ void UdsSocket::uninit()
         return;
     }
     close(fd);
-    if (unlink(path.c_str()) != 0)
+    fd = -1;
+    if (users.takeTurn() && users.isAlone() && unlink(path.c_str()) != 0)
     {
         lg2::error("[ERR] Failed to unlink {P}", "P", path);
     }
-    fd = -1;
+    users.leave();
+}
+
+bool UdsSocket::hasFile() const
+{
+    // A run that takes another's place leaves none there for a moment.
+    users.takeTurn();
+    const bool found = access(path.c_str(), F_OK) == 0;
+    users.endTurn();
+    return found;
 }
 
 ssize_t UdsSocket::sendToSelf(std::span<const uint8_t> bytes) const
 {
-    return sendto(fd, bytes.data(), bytes.size(), 0, genericAddress(address),
-                  sizeof(address));
+    return hasFile() ? send(fd, bytes.data(), bytes.size(), 0) : -1;
 }
 
 ssize_t UdsSocket::receive(void* buffer, std::size_t length,
@@ -136,16 +162,24 @@ ssize_t UdsSocket::receive(void* buffer, std::size_t length,
         lg2::error("[ERR] select failed");
         return -1;
     }
+    ssize_t received = 0;
     if (ready == 0)
     {
         lg2::error("[ERR] Timeout occurred. No data received");
-        return 0;
     }
-    const ssize_t received = recv(fd, buffer, length, 0);
-    if (received == -1)
+    else
+    {
+        received = recv(fd, buffer, length, 0);
+    }
+    if (received < 0)
     {
         lg2::error("[ERR] recv failed");
+        return received;
     }
+    // The library reads on behind a short message, in a buffer that may hold
+    // the one before.
+    std::memset(static_cast<uint8_t*>(buffer) + received, 0,
+                length - static_cast<std::size_t>(received));
     return received;
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "io/common/spdm/PathUsers.hpp"
+
 #include <sys/types.h>
-#include <sys/un.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +17,12 @@ namespace mctp::spdm
  *
  *  A device's response arrives inside the send callback of the SPDM library,
  *  which asks for it later by its receive callback. In between it waits here.
+ *
+ *  All runs bind to the same path, each taking the place of the one before.
+ *  So a run connects its socket to itself as soon as it is bound, while no
+ *  other may touch the path: from then on whatever is sent arrives there, and
+ *  the kernel lets nobody else send into it (unix(7)). The file stays for as
+ *  long as one of the runs lasts.
  */
 class UdsSocket
 {
@@ -29,27 +36,32 @@ class UdsSocket
 
     /** Open the socket and bind it below /run, unless it is open.
      *
-     *  What a killed run left at the path is removed first.
+     *  What a killed run, or one that goes on, has at the path is removed
+     *  first.
      *
      *  @return 0, or -1 with an error record in the journal
      */
     int init();
 
-    /** Close the socket and remove its file; nothing when it is closed. */
+    /** Close the socket; the last run removes the file. Nothing when it is
+     *  closed.
+     */
     void uninit();
 
     /** Send one datagram to the socket itself.
      *
-     *  @return what sendto(2) returns, with errno
+     *  @return what send(2) returns, with errno; -1 when somebody removed the
+     *          file, as the socket has no address without it
      */
     ssize_t sendToSelf(std::span<const uint8_t> bytes) const;
 
-    /** Take one datagram; what does not fit into the buffer is lost.
+    /** Take one datagram; what does not fit into the buffer is lost, and what
+     *  it does not fill is cleared.
      *
      *  @param timeout microseconds
-     *  @return its length; 0 with the buffer untouched when none came in time;
-     *          -1 when select(2) or recv(2) failed. The last two leave an
-     *          error record in the journal.
+     *  @return its length; 0 when none came in time; -1 when select(2) or
+     *          recv(2) failed. The last two leave an error record in the
+     *          journal.
      */
     ssize_t receive(void* buffer, std::size_t length, uint64_t timeout) const;
 
@@ -60,11 +72,13 @@ class UdsSocket
     static std::string pathFor(std::string_view executable);
 
   private:
-    bool bindToPath();
+    bool bindToPath() const;
+    bool openAtPath();
+    bool hasFile() const;
 
     int fd{-1};
     std::string path;
-    sockaddr_un address{};
+    PathUsers users;
 };
 
 } // namespace mctp::spdm

@@ -94,6 +94,8 @@ Certificate makeCertificate(const Spec& spec, EVP_PKEY& key, const X509* issuer,
         addText(*made, NID_basic_constraints, spec.constraints);
         addText(*made, NID_key_usage, spec.keyUsage);
         addText(*made, NID_ext_key_usage, spec.extendedKeyUsage);
+        addText(*made, NID_name_constraints, spec.nameConstraints);
+        addText(*made, NID_subject_alt_name, spec.alternativeName);
         addSpdm(*made, spec.spdmExtension);
     }
     require(X509_sign(made.get(), &issuerKey, EVP_sha384()) > 0);
@@ -110,13 +112,13 @@ Der toDer(const X509& certificate)
     return der;
 }
 
-Pki::Pki(const Spec& leafSpec, const Spec& middleSpec, const char* leafCurve) :
+Pki::Pki(const Spec& leafSpec, const Spec& middleSpec, const char* leafCurve,
+         const Spec& rootSpec) :
     rootKey(makeKey("P-384")),
     middleKey(makeKey("P-384")),
     leafKey(makeKey(leafCurve))
 {
-    Certificate top =
-        makeCertificate(authority("root"), *rootKey, nullptr, *rootKey);
+    Certificate top = makeCertificate(rootSpec, *rootKey, nullptr, *rootKey);
     Certificate between =
         makeCertificate(middleSpec, *middleKey, top.get(), *rootKey);
     Certificate bottom =

@@ -38,6 +38,8 @@ struct Spec
     std::string constraints{"critical,CA:FALSE"};
     std::string keyUsage{"critical,digitalSignature"};
     std::string extendedKeyUsage{};
+    std::string nameConstraints{};
+    std::string alternativeName{};
     /** DER of the SPDM extension. */
     Der spdmExtension{};
     long notBefore{-3600};
@@ -58,10 +60,11 @@ Der toDer(const X509& certificate);
 /** Root, one authority and a leaf. */
 struct Pki
 {
-    /** Makes all three; the texts of the two lower ones may be given. */
+    /** Makes all three; their texts may be given. */
     explicit Pki(const Spec& leafSpec = {},
                  const Spec& middleSpec = authority("middle"),
-                 const char* leafCurve = "P-384");
+                 const char* leafCurve = "P-384",
+                 const Spec& rootSpec = authority("root"));
 
     Key rootKey;
     Key middleKey;

@@ -180,6 +180,66 @@ TEST_F(Chain, Intermediates)
     }
 }
 
+// The library looks at two certificates at a time, an issuer and what it
+// signed, and so do 3.6.0 and 3.8.2: what an authority says about those below
+// the next counts only where the next is a leaf.
+TEST_F(Chain, AuthoritiesBindOnlyTheNext)
+{
+    const char* curve = "P-384";
+    Spec root = test::authority("root");
+    root.constraints = "critical,CA:TRUE,pathlen:0";
+    EXPECT_TRUE(
+        isWhole(chainOf(Pki({}, test::authority("middle"), curve, root))));
+
+    Spec device;
+    device.alternativeName = "DNS:device.test";
+    root = test::authority("root");
+    root.nameConstraints = "critical,permitted;DNS:elsewhere.test";
+    EXPECT_TRUE(
+        isWhole(chainOf(Pki(device, test::authority("middle"), curve, root))));
+    Spec middle = test::authority("middle");
+    middle.nameConstraints = root.nameConstraints;
+    EXPECT_FALSE(isWhole(chainOf(Pki(device, middle))));
+}
+
+// Likewise as in 3.6.0 and 3.8.2: the right to sign certificates is enough.
+TEST_F(Chain, AnAuthorityMayLackBasicConstraints)
+{
+    EXPECT_TRUE(
+        isWhole(chainOf(Pki({}, middle([](Spec& s) { s.constraints = ""; })))));
+    EXPECT_FALSE(isWhole(chainOf(Pki({}, middle(
+                                             [](Spec& s)
+                                             {
+                                                 s.constraints = "";
+                                                 s.keyUsage = "";
+                                             })))));
+}
+
+// Likewise: with nothing below it no one looks at its dates.
+TEST_F(Chain, ACertificateThatIsAChainOfItsOwn)
+{
+    const test::Key key = test::makeKey("P-384");
+    Spec expired;
+    expired.notAfter = -60;
+    Der alone =
+        test::toDer(*test::makeCertificate(expired, *key, nullptr, *key));
+    ASSERT_EQ(session.addRoot(alone), 0U);
+    EXPECT_TRUE(isWhole(test::makeChain(alone, alone)));
+    EXPECT_TRUE(isTrusted(test::makeChain(alone, alone)));
+}
+
+TEST_F(Chain, AnExpiredRootSignsNothing)
+{
+    Spec root = test::authority("root");
+    root.notAfter = -60;
+    Pki old({}, test::authority("middle"), "P-384", root);
+    EXPECT_FALSE(isWhole(chainOf(old)));
+    Der row = old.middle;
+    row.insert(row.end(), old.leaf.begin(), old.leaf.end());
+    ASSERT_EQ(session.addRoot(old.root), 0U);
+    EXPECT_FALSE(isTrusted(test::makeChain(old.root, row)));
+}
+
 TEST_F(Chain, LeafOfAnotherCurve)
 {
     EXPECT_FALSE(isWhole(chainOf(Pki({}, test::authority("middle"), "P-256"))));

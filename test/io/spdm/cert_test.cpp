@@ -145,6 +145,19 @@ TEST_F(Certificates, AnUnknownAlgorithmIsAnAssertion)
     EXPECT_TRUE(printed.ends_with("): false\n")) << printed;
 }
 
+TEST_F(Certificates, ARootThatTheLibraryRefusesEndsTheRun)
+{
+    put("/tmp/roots/ecp384/ca.cert.der", "root!");
+    negotiate(0x1200);
+    scripted.setRoot = 0x80010009;
+    Lines lines;
+    EXPECT_EQ(attest(lines, "/tmp/roots"), 0x80010009U);
+    EXPECT_EQ(lines.back(), "<3> [ERR] Failed to set the root certificate. rc "
+                            "= 0x80010009");
+    EXPECT_EQ(scripted.calls,
+              (Lines{"init_connection 0", "certificate of chain 0"}));
+}
+
 TEST_F(Certificates, TheRootIsHandedToTheLibrary)
 {
     put("/tmp/roots/ecp384/ca.cert.der", "root!");

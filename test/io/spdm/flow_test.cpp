@@ -134,6 +134,20 @@ TEST_F(Flow, AConnectionThatIsNotNegotiated)
                            "0"});
 }
 
+TEST_F(Flow, WhatDecidesMustBeKnown)
+{
+    for (const libspdm_data_type_t item :
+         {LIBSPDM_DATA_SPDM_VERSION, LIBSPDM_DATA_CAPABILITY_FLAGS,
+          LIBSPDM_DATA_BASE_ASYM_ALGO, LIBSPDM_DATA_BASE_HASH_ALGO})
+    {
+        negotiate(0x1200);
+        scripted.peers.erase({item, 0});
+        expectEnd(0x80010007U, "<3> [ERR] Failed to establish connection. "
+                               "state = 0");
+        EXPECT_EQ(scripted.calls, Lines{"init_connection 0"});
+    }
+}
+
 TEST_F(Flow, FailedDigests)
 {
     negotiate(0x1200);

@@ -108,8 +108,10 @@ extern "C"
         }
         scripted.settings.push_back(
             {item, parameter->location, data, value, size});
-        // The caller does not look at it.
-        return LIBSPDM_STATUS_INVALID_PARAMETER;
+        // Of the others the caller looks at none.
+        return item == LIBSPDM_DATA_PEER_PUBLIC_ROOT_CERT
+                 ? scripted.setRoot
+                 : LIBSPDM_STATUS_INVALID_PARAMETER;
     }
 
     libspdm_return_t libspdm_get_data(void* /*context*/,

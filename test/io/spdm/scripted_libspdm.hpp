@@ -32,6 +32,7 @@ struct Scripted
     size_t scratchSize{64};
     Status initContext{0};
     Status initConnection{0};
+    Status setRoot{0};
     Status digest{0};
     uint8_t slotMask{1};
     /** By item and slot: what the library knows of the connection. */

@@ -1,9 +1,14 @@
 #include "test/io/spdm/spdm_fixture.hpp"
 
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 
 using mctp::spdm::SpdmLib;
 using mctp::spdm::UdsSocket;
@@ -51,7 +56,8 @@ TEST_F(Transport, AResponseWaitsInTheSocket)
     EXPECT_EQ(lines, Lines{});
     // The length is not written back.
     EXPECT_EQ(size, buffer.size());
-    EXPECT_EQ(buffer, (std::array<uint8_t, 8>{5, 1, 2, 3, 1, 1, 1, 1}));
+    // What was there before it is gone.
+    EXPECT_EQ(buffer, (std::array<uint8_t, 8>{5, 1, 2, 3}));
 }
 
 TEST_F(Transport, AResponseIsCutToTheBuffer)
@@ -102,7 +108,7 @@ TEST_F(Transport, NothingInTimeIsNoFailureOfTheReceiver)
         {
             EXPECT_EQ(send(0), 0U);
             EXPECT_EQ(scripted.receive(nullptr, &size, &where, 0), 0U);
-            buffer = {};
+            buffer = {1, 1, 1, 1};
             EXPECT_EQ(scripted.receive(nullptr, &size, &where, 1000), 0U);
         });
     EXPECT_EQ(lines, Lines{"<3> [ERR] Timeout occurred. No data received"});
@@ -169,24 +175,114 @@ TEST(SocketPath, IsNamedAfterTheExecutable)
               "/run/" + std::string(102, 'x'));
 }
 
+constexpr const char* ownPath = "/run/spdm_testSpdmSocket";
+constexpr const char* ownLock = "/run/spdm_testSpdmSocket.lock";
+
+bool exists(const char* path)
+{
+    return access(path, F_OK) == 0;
+}
+
+/** The socket sends itself two bytes and takes what is there. */
+std::array<uint8_t, 2> echo(const UdsSocket& socket, uint8_t value)
+{
+    const std::array<uint8_t, 2> sent{value, value};
+    EXPECT_EQ(socket.sendToSelf(sent), 2);
+    std::array<uint8_t, 2> received{};
+    EXPECT_EQ(socket.receive(received.data(), received.size(), 0), 2);
+    return received;
+}
+
 TEST(Socket, OpensOnceAndLeavesNothing)
 {
-    std::string path;
     {
         UdsSocket socket;
         ASSERT_EQ(socket.init(), 0);
         ASSERT_EQ(socket.init(), 0);
-        path = "/run/spdm_testSpdmSocket";
-        EXPECT_EQ(access(path.c_str(), F_OK), 0);
+        EXPECT_TRUE(exists(ownPath));
     }
-    EXPECT_NE(access(path.c_str(), F_OK), 0);
+    EXPECT_FALSE(exists(ownPath));
+    EXPECT_FALSE(exists(ownLock));
+}
+
+// Locks belong to an open file, so that two sockets of one process are to each
+// other what those of two processes are.
+TEST(Socket, EachGetsItsOwnDatagrams)
+{
+    UdsSocket first;
+    UdsSocket second;
+    ASSERT_EQ(first.init(), 0);
+    ASSERT_EQ(second.init(), 0);
+    EXPECT_EQ(first.sendToSelf(std::array<uint8_t, 1>{1}), 1);
+    EXPECT_EQ(second.sendToSelf(std::array<uint8_t, 1>{2}), 1);
+    uint8_t byte = 0;
+    EXPECT_EQ(first.receive(&byte, 1, 0), 1);
+    EXPECT_EQ(byte, 1);
+    EXPECT_EQ(second.receive(&byte, 1, 0), 1);
+    EXPECT_EQ(byte, 2);
+}
+
+TEST(Socket, TheFileIsThereUntilTheLastOfThemEnds)
+{
+    UdsSocket first;
+    UdsSocket second;
+    UdsSocket third;
+    ASSERT_EQ(first.init(), 0);
+    ASSERT_EQ(second.init(), 0);
+    EXPECT_EQ(journalOf([&] { second.uninit(); }), Lines{});
+    EXPECT_TRUE(exists(ownPath));
+    EXPECT_EQ(echo(first, 7), (std::array<uint8_t, 2>{7, 7}));
+    ASSERT_EQ(third.init(), 0);
+    EXPECT_EQ(journalOf([&] { first.uninit(); }), Lines{});
+    EXPECT_TRUE(exists(ownPath));
+    EXPECT_EQ(echo(third, 9), (std::array<uint8_t, 2>{9, 9}));
+    EXPECT_EQ(journalOf([&] { third.uninit(); }), Lines{});
+    EXPECT_FALSE(exists(ownPath));
+    EXPECT_FALSE(exists(ownLock));
+}
+
+TEST(Socket, NobodyElseCanSendIntoIt)
+{
+    UdsSocket socket;
+    ASSERT_EQ(socket.init(), 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, ownPath);
+    const int stranger = ::socket(AF_UNIX, SOCK_DGRAM, 0);
+    ASSERT_NE(stranger, -1);
+    EXPECT_EQ(sendto(stranger, "x", 1, 0,
+                     reinterpret_cast<const sockaddr*>(&address),
+                     sizeof(address)),
+              -1);
+    EXPECT_EQ(errno, EPERM);
+    close(stranger);
+}
+
+TEST(Socket, HasNoPlaceWithoutItsLockFile)
+{
+    ASSERT_EQ(mkdir(ownLock, 0700), 0);
+    UdsSocket socket;
+    EXPECT_EQ(journalOf([&] { EXPECT_EQ(socket.init(), -1); }),
+              Lines{"<3> [ERR] Failed to bind UDS socket for SPDM"});
+    ASSERT_EQ(rmdir(ownLock), 0);
+    EXPECT_EQ(socket.init(), 0);
+}
+
+TEST(Socket, AFailedBindLeavesNothing)
+{
+    ASSERT_EQ(mkdir(ownPath, 0700), 0);
+    UdsSocket socket;
+    EXPECT_EQ(journalOf([&] { EXPECT_EQ(socket.init(), -1); }),
+              Lines{"<3> [ERR] Failed to bind UDS socket for SPDM"});
+    EXPECT_FALSE(exists(ownLock));
+    ASSERT_EQ(rmdir(ownPath), 0);
 }
 
 TEST(Socket, TellsWhenItsFileIsGone)
 {
     UdsSocket socket;
     ASSERT_EQ(socket.init(), 0);
-    ASSERT_EQ(unlink("/run/spdm_testSpdmSocket"), 0);
+    ASSERT_EQ(unlink(ownPath), 0);
     EXPECT_EQ(journalOf([&] { socket.uninit(); }),
               Lines{"<3> [ERR] Failed to unlink /run/spdm_testSpdmSocket"});
     EXPECT_EQ(journalOf([&] { socket.uninit(); }), Lines{});
