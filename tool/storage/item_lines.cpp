@@ -28,6 +28,21 @@ uint32_t resourceId(const json& item)
     return readOr(item, {"Internal", "ResourceId"}, uint32_t{0});
 }
 
+/** A number within objects within objects; 0 when it is not there. */
+uint64_t readNested(const json& item, std::initializer_list<const char*> keys)
+{
+    const json* current = &item;
+    for (const char* key : keys)
+    {
+        current = findMember(*current, key);
+        if (current == nullptr)
+        {
+            return 0;
+        }
+    }
+    return readValue<uint64_t>(*current);
+}
+
 struct Location
 {
     std::string type;
@@ -102,7 +117,7 @@ void printPoolLine(const json& item, const std::string& prefix)
         types += ' ';
     }
     const auto bytes = [&item](const char* key) {
-        return readOr(item, {"Capacity", "Data", key}, uint64_t{0});
+        return readNested(item, {"Capacity", "Data", key});
     };
 
     io::out::print(
@@ -130,10 +145,11 @@ void printDriveLine(const json& item, const Options& options,
                     const std::string& prefix)
 {
     const Location location = locationOf(item);
+    const uint32_t id = resourceId(item);
     io::out::print(
         "%s%s%u, ResId %u, %s, %s, %s, %s, %sS/N: %s, F/W: %s\n",
-        prefix.c_str(), location.type.c_str(), unsigned{location.ordinal},
-        resourceId(item), readText(item, "Name").c_str(),
+        prefix.c_str(), location.type.c_str(), unsigned{location.ordinal}, id,
+        readText(item, "Name").c_str(),
         readOr(item, {"Internal", "TypeString"}, std::string()).c_str(),
         readText(item, "Manufacturer").c_str(), readText(item, "Model").c_str(),
         driveIdentity(item).c_str(), readText(item, "SerialNumber").c_str(),
