@@ -25,7 +25,7 @@ FirmwareDevice readDevice(const json& record)
 
 void printDevice(const FirmwareDevice& device)
 {
-    io::out::line({"  P/N: ", device.partNumber});
+    io::out::print("  P/N: %s\n", device.partNumber.c_str());
     io::out::print("    [%s] Model: %s, ID: %s, F/W: %s, UpdateMethod: %s, "
                    "Controller: 0x%x\n",
                    device.name.c_str(), device.model.c_str(),
