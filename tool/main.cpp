@@ -28,8 +28,16 @@ int main(int argc, char* argv[])
         Options options;
         if (argc > 1 && !parseOptions(argc, argv, options))
         {
-            io::out::line({usageText});
+            io::out::write(usageText);
+            io::out::line({});
             return io::out::finish(0);
+        }
+        if (const char* word =
+                argc > 1 ? unexpectedArgument(argc, argv) : nullptr)
+        {
+            // Most likely a forgotten -o: the default would be a listing.
+            io::out::line({"Unexpected argument: ", word});
+            return io::out::finish(255);
         }
         done = run(options);
     }
