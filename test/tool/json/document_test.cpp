@@ -49,6 +49,19 @@ TEST(ParseDocument, siblingsDoNotAddUp)
     EXPECT_EQ(parseDocument(text + "[]]").size(), 2001U);
 }
 
+TEST(ParseDocument, boundsTheNumberOfValues)
+{
+    std::string text = "[";
+    for (int i = 1; i < 250'000; ++i)
+    {
+        text += R"({"k":{}},)";
+    }
+    // The array, 249,999 times two, and the last one: 500,000.
+    EXPECT_EQ(parseDocument(text + "1]").size(), 250'000U);
+    EXPECT_THROW(parseDocument(text + "[1]]"), std::length_error);
+    EXPECT_THROW(tryParseDocument(text + "[1]]"), std::length_error);
+}
+
 TEST(ParseDocument, keepsEveryKindOfValue)
 {
     const nlohmann::json document = parseDocument(
