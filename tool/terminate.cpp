@@ -1,4 +1,5 @@
-#include <cstdio>
+#include "io/common/src/Output.hpp"
+
 #include <cstdlib>
 #include <exception>
 
@@ -7,7 +8,7 @@ namespace
 
 void report(const char* reason)
 {
-    std::fprintf(stderr, "zantric: terminated by an exception: %s\n", reason);
+    io::out::errorLine({"zantric: terminated by an exception: ", reason});
 }
 
 void report(const std::exception_ptr& current)

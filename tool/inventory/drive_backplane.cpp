@@ -4,8 +4,6 @@
 
 #include <phosphor-logging/lg2.hpp>
 
-#include <cstdio>
-
 namespace storage
 {
 
@@ -47,12 +45,12 @@ DriveBackplane readBackplane(const BackplaneProperties& properties)
 
 std::string formatBackplane(const DriveBackplane& backplane)
 {
-    char place[64];
-    std::snprintf(place, sizeof(place), ": i2c-%u, bay[%u-%u], formfactor=",
-                  unsigned{backplane.i2cBus}, unsigned{backplane.startSlot},
-                  unsigned{backplane.startSlot} + backplane.numberOfSlots);
-    return backplane.name + place + backplane.formFactor +
-           ", location=" + backplane.location;
+    return io::out::formatted(
+        "%s: i2c-%u, bay[%u-%u], formfactor=%s, location=%s",
+        backplane.name.c_str(), unsigned{backplane.i2cBus},
+        unsigned{backplane.startSlot},
+        unsigned{backplane.startSlot} + backplane.numberOfSlots,
+        backplane.formFactor.c_str(), backplane.location.c_str());
 }
 
 } // namespace storage

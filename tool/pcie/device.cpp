@@ -1,9 +1,9 @@
 #include "tool/pcie/device.hpp"
 
+#include "io/common/src/Output.hpp"
 #include "tool/json/read.hpp"
 
 #include <array>
-#include <cstdio>
 #include <utility>
 
 using nlohmann::json;
@@ -97,16 +97,6 @@ std::string portLabel(const json& port, std::size_t position)
     return label.empty() ? std::to_string(position) : label;
 }
 
-/** Format as printf does, into a text of whatever length it takes. */
-template <typename... Args>
-std::string formatted(const char* format, Args... args)
-{
-    const int size = std::snprintf(nullptr, 0, format, args...);
-    std::string text(static_cast<std::size_t>(size), '\0');
-    std::snprintf(text.data(), text.size() + 1, format, args...);
-    return text;
-}
-
 } // namespace
 
 PcieDevice readPcieDevice(const json& record)
@@ -114,7 +104,9 @@ PcieDevice readPcieDevice(const json& record)
     PcieDevice device;
     for (const auto& [key, field] : numericKeys)
     {
-        device.*field = readOr(record, {key}, uint32_t{0});
+        // As 64 bits, since only for those a boolean is no number.
+        device.*field =
+            static_cast<uint32_t>(readOr(record, {key}, uint64_t{0}));
     }
     const json* inventory = findMember(record, "PCIeDevice");
     if (inventory != nullptr && inventory->is_object())
@@ -144,8 +136,8 @@ std::string trailingText(const PcieDevice& device, const json& record)
 std::string deviceLine(const PcieDevice& device, const std::string& service,
                        uint8_t eid, const std::string& trailing)
 {
-    return formatted(
-        "%s %02u, Addr 0x%08X, [%04X %04X %04X %04X], %s, %s, EID(0x%02X)%s\n",
+    return io::out::formatted(
+        "%s %02u, Addr 0x%08X, [%04X %04X %04X %04X], %s, %s, EID(0x%02X)%s",
         device.locationNumber == 0 ? "Onboard" : "   Slot", device.slotNumber,
         device.pcieAddress, device.vendorId, device.deviceId,
         device.subsystemVendorId, device.subsystemId, service.c_str(),
@@ -162,8 +154,9 @@ std::string partLine(const json& pcieDevice)
     {
         return "";
     }
-    return "            P/N: " + part + ";  SKU: " + sku + ";  S/N: " + serial +
-           ";  Manufacture: " + maker + "\n";
+    return io::out::formatted(
+        "            P/N: %s;  SKU: %s;  S/N: %s;  Manufacture: %s",
+        part.c_str(), sku.c_str(), serial.c_str(), maker.c_str());
 }
 
 std::string portLine(const json& port, std::size_t position)
@@ -177,8 +170,8 @@ std::string portLine(const json& port, std::size_t position)
         mac = data->is_object() ? readText(*data, "PermanentAddress") : "";
         extras = portExtras(*data);
     }
-    return formatted(
-        "            [Port %s]  %s;  State: %8s;  Speed(Gbps): %.1f%s\n",
+    return io::out::formatted(
+        "            [Port %s]  %s;  State: %8s;  Speed(Gbps): %.1f%s",
         portLabel(port, position).c_str(), mac.c_str(),
         readText(port, "LinkStatus").c_str(),
         readOr(port, {"CurrentSpeedGbps"}, 0.0), extras.c_str());

@@ -32,8 +32,8 @@ void printHeader(const DbusConnPtr& bus)
     {
         power = afterLastDot(power);
     }
-    char date[26];
-    io::out::print("Power: %s;  Boot Progress: %s;  %s", power.c_str(),
+    char date[26]; // 24 characters and the line feed that the format has
+    io::out::print("Power: %s;  Boot Progress: %s;  %.24s\n", power.c_str(),
                    progress.c_str(), ctime_r(&now, date));
 }
 
@@ -62,7 +62,7 @@ void printPorts(const json& record)
     std::size_t position = 0;
     for (const json& port : *ports)
     {
-        io::out::write(portLine(port, position++));
+        io::out::line({portLine(port, position++)});
     }
 }
 
@@ -87,12 +87,16 @@ void printDevice(const DbusConnPtr& bus, const json& record,
 {
     const PcieDevice device = readPcieDevice(record);
     const auto route = findRoutingEntry(routes, device.pcieAddress);
-    io::out::write(deviceLine(device, service, route ? route->eid : uint8_t{0},
-                              trailingText(device, record)));
+    io::out::line({deviceLine(device, service, route ? route->eid : uint8_t{0},
+                              trailingText(device, record))});
     const json* inventory = findMember(record, "PCIeDevice");
     if (inventory != nullptr)
     {
-        io::out::write(partLine(*inventory));
+        const std::string part = partLine(*inventory);
+        if (!part.empty())
+        {
+            io::out::line({part});
+        }
         printPorts(record);
     }
     if (isStorageController(device))

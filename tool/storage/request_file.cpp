@@ -1,5 +1,6 @@
 #include "tool/storage/request_file.hpp"
 
+#include "io/common/src/Output.hpp"
 #include "tool/json/document.hpp"
 
 #include <array>
@@ -41,13 +42,13 @@ bool readRequestFile(const std::string& name, json& document)
     const File file(std::fopen(name.c_str(), "re"), std::fclose);
     if (file == nullptr)
     {
-        std::fprintf(stderr, "Failed to open in file: %s\n", name.c_str());
+        io::out::errorLine({"Failed to open in file: ", name});
         return false;
     }
     json parsed = tryParseDocument(readAll(file.get()));
     if (parsed.is_discarded())
     {
-        std::fprintf(stderr, "in file is invalid JSON: %s\n", name.c_str());
+        io::out::errorLine({"in file is invalid JSON: ", name});
         return false;
     }
     document = std::move(parsed);

@@ -32,8 +32,8 @@ void printUpdated(const std::string& name, const Options& options)
 {
     const system_clock::time_point now = system_clock::now();
     const std::time_t seconds = system_clock::to_time_t(now);
-    // The text of ctime() ends the line.
-    io::out::print("%s updated at %s", name.c_str(), std::ctime(&seconds));
+    // 24 characters and the line feed that the format has.
+    io::out::print("%s updated at %.24s\n", name.c_str(), std::ctime(&seconds));
     io::out::line({"Refreshing data takes ",
                    millisecondsBetween(options.startTime, now), "ms"});
 }

@@ -1,8 +1,11 @@
 #include "io/common/src/Output.hpp"
 
+#include "io/common/src/Terminal.hpp"
+
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -23,6 +26,40 @@ void note(bool written) noexcept
     {
         lostOutput = errno;
     }
+}
+
+bool isTerminal(std::FILE* stream) noexcept
+{
+    return isatty(fileno(stream)) == 1;
+}
+
+bool isShownOnTerminal() noexcept
+{
+    static const bool shown = isTerminal(stdout);
+    return shown;
+}
+
+/** Hand out what somebody else wrote. */
+void writeForeign(std::string_view text) noexcept
+{
+    if (isShownOnTerminal())
+    {
+        note(terminal::write(stdout, text));
+        return;
+    }
+    write(text);
+}
+
+/** Hand out what a format made: the line feeds that it begins and ends with
+ *  are the format's, those between came with the arguments. */
+void writeFormatted(std::string_view format, std::string_view text) noexcept
+{
+    const std::size_t before =
+        std::min(format.find_first_not_of('\n'), format.size());
+    const std::size_t after = format.size() - 1 - format.find_last_not_of('\n');
+    write(text.substr(0, before));
+    writeForeign(text.substr(before, text.size() - before - after));
+    write(text.substr(text.size() - after));
 }
 } // namespace
 
@@ -49,8 +86,37 @@ void print(const char* format, ...) noexcept
 {
     va_list args;
     va_start(args, format);
-    note(std::vprintf(format, args) >= 0);
+    if (isShownOnTerminal())
+    {
+        char* text = nullptr;
+        const int length = vasprintf(&text, format, args);
+        note(length >= 0);
+        if (length >= 0)
+        {
+            writeFormatted(format, {text, static_cast<std::size_t>(length)});
+            std::free(text); // NOLINT(cppcoreguidelines-no-malloc)
+        }
+    }
+    else
+    {
+        note(std::vprintf(format, args) >= 0);
+    }
     va_end(args);
+}
+
+// As above. NOLINTNEXTLINE(cert-dcl50-cpp)
+std::string formatted(const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    va_list again;
+    va_copy(again, args);
+    const int length = std::vsnprintf(nullptr, 0, format, args);
+    va_end(args);
+    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    return text;
 }
 
 void write(std::string_view text) noexcept
@@ -62,9 +128,21 @@ void line(std::initializer_list<std::string_view> pieces) noexcept
 {
     for (std::string_view piece : pieces)
     {
-        write(piece);
+        writeForeign(piece);
     }
     write("\n");
+}
+
+void errorLine(std::initializer_list<std::string_view> pieces) noexcept
+{
+    const bool shown = isTerminal(stderr);
+    for (std::string_view piece : pieces)
+    {
+        shown ? static_cast<void>(terminal::write(stderr, piece))
+              : static_cast<void>(
+                    std::fwrite(piece.data(), 1, piece.size(), stderr));
+    }
+    std::fputc('\n', stderr);
 }
 
 void flush() noexcept
@@ -85,8 +163,8 @@ int finish(int status) noexcept
     {
         return status;
     }
-    std::fprintf(stderr, "zantric: cannot write standard output: %s\n",
-                 std::strerror(lostOutput));
+    errorLine(
+        {"zantric: cannot write standard output: ", std::strerror(lostOutput)});
     return status == 0 ? 255 : status;
 }
 

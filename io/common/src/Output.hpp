@@ -1,6 +1,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <string>
 #include <string_view>
 
 /** Standard output: where results and messages for the user go.
@@ -8,6 +9,9 @@
  *  Text is buffered by stdio and goes out at the latest before the tool waits
  *  for somebody else (a bus call, a signal, a timer) and when it ends. A write
  *  that fails is remembered and turns a success into a failure.
+ *
+ *  On a terminal, control characters in text that others wrote are shown as
+ *  "?" (see io::terminal); into a pipe or a file each byte goes as it is.
  */
 namespace io::out
 {
@@ -20,14 +24,25 @@ namespace io::out
  */
 void guardStandardStreams() noexcept;
 
-/** Print as printf does. */
+/** Print as printf does.
+ *
+ *  Others may have written the arguments. Of the line feeds, those that the
+ *  format begins or ends with are the tool's own; it has none in its middle.
+ */
 [[gnu::format(printf, 1, 2)]] void print(const char* format, ...) noexcept;
 
-/** Write text as it stands. */
+/** Text as printf makes it, whatever its length. */
+[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
+
+/** Write the tool's own text as it stands, on a terminal too. */
 void write(std::string_view text) noexcept;
 
-/** Write the pieces one after the other and end the line. */
+/** Write the pieces, which others may have written, one after the other, and
+ *  end the line. */
 void line(std::initializer_list<std::string_view> pieces) noexcept;
+
+/** The same on standard error, with nothing held back. */
+void errorLine(std::initializer_list<std::string_view> pieces) noexcept;
 
 /** Hand everything printed so far to the system. */
 void flush() noexcept;

@@ -29,13 +29,13 @@ TEST(DeviceLine, slotAndNumbers)
         "PCIeDevice":{"Name":"RAID"}})",
                      0x1d),
               "   Slot 03, Addr 0x008C0000, [1000 0014 0001 ABCD], rsa, RAID, "
-              "EID(0x1D)\n");
+              "EID(0x1D)");
 }
 
 TEST(DeviceLine, locationZeroIsOnboardWithItsSlotNumber)
 {
     EXPECT_EQ(lineOf("{}"), "Onboard 00, Addr 0x00000000, [0000 0000 0000 "
-                            "0000], rsa, , EID(0x00)\n");
+                            "0000], rsa, , EID(0x00)");
     EXPECT_EQ(lineOf(R"({"SlotNumber":12})").substr(0, 10), "Onboard 12");
 }
 
@@ -98,10 +98,10 @@ TEST(PartLine, isThereWhenOneOfTheFourIs)
     EXPECT_EQ(partLine(json::parse(R"({"PartNumber":"","SKU":""})")), "");
     EXPECT_EQ(partLine(json::parse(R"({"SKU":7})")), "");
     EXPECT_EQ(partLine(json::parse(R"({"SKU":"K"})")),
-              "            P/N: ;  SKU: K;  S/N: ;  Manufacture: \n");
+              "            P/N: ;  SKU: K;  S/N: ;  Manufacture: ");
     EXPECT_EQ(partLine(json::parse(R"({"PartNumber":"P","SKU":"K",
         "SerialNumber":"S","Manufacturer":"M"})")),
-              "            P/N: P;  SKU: K;  S/N: S;  Manufacture: M\n");
+              "            P/N: P;  SKU: K;  S/N: S;  Manufacture: M");
 }
 
 std::string portOf(const char* text)
@@ -109,10 +109,18 @@ std::string portOf(const char* text)
     return portLine(json::parse(text), 0);
 }
 
+TEST(PartLine, eachTextEndsAtItsNul)
+{
+    const json data = json::parse(R"({"PartNumber": "P\u0000x", "SKU": "K",
+        "SerialNumber": "\u0000", "Manufacturer": "M\u0000"})");
+    EXPECT_EQ(partLine(data),
+              "            P/N: P;  SKU: K;  S/N: ;  Manufacture: M");
+}
+
 TEST(PortLine, labelFallsBackToIdThenToThePosition)
 {
     EXPECT_EQ(portOf("{}"),
-              "            [Port 0]  ;  State:         ;  Speed(Gbps): 0.0\n");
+              "            [Port 0]  ;  State:         ;  Speed(Gbps): 0.0");
     EXPECT_EQ(portOf(R"({"Id":"p7"})").substr(12, 9), "[Port p7]");
     EXPECT_EQ(portOf(R"({"Id":"p7","PortId":"A"})").substr(12, 8), "[Port A]");
     EXPECT_EQ(portLine(json::object(), 4).substr(12, 8), "[Port 4]");
@@ -125,7 +133,7 @@ TEST(PortLine, showsAddressStateSpeedAndExtras)
         "Oem":{"Mervax":{"PermanentAddress":"02:00:00:00:00:01",
         "TxUtilization":3,"RxUtilization":5,"NCSI":{"PackageId":2}}}})"),
         "            [Port 1]  02:00:00:00:00:01;  State:   LinkUp;  "
-        "Speed(Gbps): 25.0;  Tx/Rx Util: 3/5;    PackageId: 2\n");
+        "Speed(Gbps): 25.0;  Tx/Rx Util: 3/5;    PackageId: 2");
 }
 
 TEST(PortLine, utilisationNeedsBothDirections)
