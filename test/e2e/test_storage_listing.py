@@ -301,3 +301,13 @@ def test_other_values_in_the_way_count_as_missing(bmc):
         "  255, ResId 0, , , , , S/N: , F/W: \n"
     ended(bmc.run(*LIST, "-s", "lsa", "-t", "StoragePools"),
           "  Pool 0: , Capacity 0.00GiB, Consumed 0.00GiB, Remain 255\n" * 2)
+
+
+def test_a_document_of_too_many_values(bmc):
+    """Refused while it is read, before it has taken the memory."""
+    text = "[" + "{}," * 500_000 + "{}]"
+    bmc.start(s.method(s.name_of("rsa"), s.path_of("rsa"), s.STORAGE,
+                       "GetVolumes", {"in": "u", "out": "s", "text": text}))
+    ended(bmc.run(*LIST, "-s", "rsa", "-t", "Volumes"),
+          "listDeviceTargets exception: JSON document holds more than 500000 "
+          "values\n", 255)

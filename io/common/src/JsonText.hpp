@@ -10,9 +10,10 @@ namespace io
 
 /** How many values a document may hold, the containers among them.
  *
- *  A value takes up to about 130 bytes and as little as two of its text, so a
+ *  A value takes up to about 160 bytes and as little as two of its text, so a
  *  text as long as a bus message could take more memory than a BMC has. This
- *  many stay under 64 MiB. The document of 10,000 drives holds about half.
+ *  many take up to 80 MB beside the text. The document of 10,000 drives holds
+ *  200,000.
  */
 inline constexpr std::size_t maxJsonValues = 500'000;
 
