@@ -36,8 +36,7 @@ std::string recordWith(const Json& progress)
 /** What a reader of progress records must survive. */
 std::vector<std::string> nonsense()
 {
-    return {
-        "", "{", "7", R"({"ErrorCode":0})", recordWith("100"), recordWith(-1)};
+    return {"", "{", "7", R"({"ErrorCode":0})", recordWith("100")};
 }
 
 std::string versionOf(const std::string& file)

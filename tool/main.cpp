@@ -19,6 +19,13 @@ bool run(int argc, char* argv[])
         tool::out::write("\n");
         return true;
     }
+    if (const char* word =
+            argc > 1 ? tool::unexpectedArgument(argc, argv) : nullptr)
+    {
+        // Most likely a forgotten -o: the default would be a listing.
+        tool::out::line({"Unexpected argument: ", word});
+        return false;
+    }
     const DbusConnPtr bus = io::bus::connect();
     options.startTime = std::chrono::system_clock::now();
     return tool::dispatch(bus, options);

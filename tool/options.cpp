@@ -3,6 +3,21 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <utility>
+
+namespace
+{
+
+/** The number that a word begins with; 0 when it begins with none, or with
+ *  one that T does not hold. 64 bits on every machine. */
+template <typename T>
+T numberOf(const char* word, int base)
+{
+    const long long number = std::strtoll(word, nullptr, base);
+    return std::in_range<T>(number) ? static_cast<T>(number) : 0;
+}
+
+} // namespace
 
 bool tool::parseOptions(int argc, char* argv[], Options& options)
 {
@@ -18,8 +33,7 @@ bool tool::parseOptions(int argc, char* argv[], Options& options)
                 options.service = optarg;
                 break;
             case 'a':
-                options.address =
-                    static_cast<uint32_t>(std::strtoul(optarg, nullptr, 16));
+                options.address = numberOf<uint32_t>(optarg, 16);
                 break;
             case 'o':
                 options.operation = optarg;
@@ -28,8 +42,7 @@ bool tool::parseOptions(int argc, char* argv[], Options& options)
                 options.target = optarg;
                 break;
             case 'r':
-                options.resourceId =
-                    static_cast<int32_t>(std::strtol(optarg, nullptr, 10));
+                options.resourceId = numberOf<int32_t>(optarg, 10);
                 break;
             case 'p':
                 options.params = optarg;
@@ -42,4 +55,9 @@ bool tool::parseOptions(int argc, char* argv[], Options& options)
         }
     }
     return true;
+}
+
+const char* tool::unexpectedArgument(int argc, char* const argv[])
+{
+    return optind < argc ? argv[optind] : nullptr;
 }

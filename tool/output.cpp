@@ -1,6 +1,7 @@
 #include "tool/output.hpp"
 
 #include "io/common/src/Text.hpp"
+#include "tool/terminal.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -24,6 +25,11 @@ void note(bool written) noexcept
     {
         lostOutput = errno;
     }
+}
+
+bool isTerminal(std::FILE* stream) noexcept
+{
+    return isatty(fileno(stream)) == 1;
 }
 } // namespace
 
@@ -49,15 +55,29 @@ void write(std::string_view text) noexcept
     note(std::fwrite(text.data(), 1, text.size(), stdout) == text.size());
 }
 
-void line(std::string_view text) noexcept
+void foreign(std::string_view text)
 {
-    write(text);
+    static const bool isShown = isTerminal(stdout);
+    isShown ? write(terminal::shown(text)) : write(text);
+}
+
+void line(std::string_view text)
+{
+    foreign(text);
     write("\n");
 }
 
 void line(std::initializer_list<std::string_view> pieces)
 {
     line(io::text::cat(pieces));
+}
+
+void errorLine(std::initializer_list<std::string_view> pieces)
+{
+    const std::string text = io::text::cat(pieces);
+    const std::string shown = isTerminal(stderr) ? terminal::shown(text) : text;
+    std::fwrite(shown.data(), 1, shown.size(), stderr);
+    std::fputc('\n', stderr);
 }
 
 void flush() noexcept
@@ -71,15 +91,15 @@ void unbuffer() noexcept
     std::setvbuf(stdout, nullptr, _IONBF, 0);
 }
 
-int finish(int status) noexcept
+int finish(int status)
 {
     flush();
     if (lostOutput == 0)
     {
         return status;
     }
-    std::fprintf(stderr, "zantric: cannot write standard output: %s\n",
-                 std::strerror(lostOutput));
+    errorLine(
+        {"zantric: cannot write standard output: ", std::strerror(lostOutput)});
     return status == 0 ? 255 : status;
 }
 

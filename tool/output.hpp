@@ -20,14 +20,24 @@ namespace tool::out
  */
 void guardStandardStreams() noexcept;
 
-/** Print a line, and end it. */
-void line(std::string_view text) noexcept;
+/** Print a line, which others may have written, and end it.
+ *
+ *  A terminal gets "?" for each control character in it: only the end of the
+ *  line is the tool's own.
+ */
+void line(std::string_view text);
 
 /** The same in pieces. */
 void line(std::initializer_list<std::string_view> pieces);
 
-/** Write text of our own that is no line, as it stands. */
+/** The same without the end of the line. */
+void foreign(std::string_view text);
+
+/** Write the tool's own text as it stands, on a terminal too. */
 void write(std::string_view text) noexcept;
+
+/** Print a line on standard error, with nothing held back. */
+void errorLine(std::initializer_list<std::string_view> pieces);
 
 /** Hand everything printed so far to the system. */
 void flush() noexcept;
@@ -39,7 +49,7 @@ void unbuffer() noexcept;
  *
  *  @return `status`, or 255 when `status` is 0 but output was lost
  */
-int finish(int status) noexcept;
+int finish(int status);
 
 /** End the process from inside a handler, with finish()'s status. */
 [[noreturn]] void exitProcess(int status);

@@ -1,4 +1,5 @@
-#include <cstdio>
+#include "tool/output.hpp"
+
 #include <cstdlib>
 #include <exception>
 
@@ -7,7 +8,7 @@ namespace
 
 void report(const char* reason)
 {
-    std::fprintf(stderr, "zantric: terminated by an exception: %s\n", reason);
+    tool::out::errorLine({"zantric: terminated by an exception: ", reason});
 }
 
 void report(const std::exception_ptr& current)

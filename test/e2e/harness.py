@@ -22,7 +22,8 @@ TIMEOUT = 20
 _PASSED_ON = ("PATH", "LD_LIBRARY_PATH", "ASAN_OPTIONS", "LSAN_OPTIONS",
               "UBSAN_OPTIONS", "LLVM_PROFILE_FILE", "DBUS_SYSTEM_BUS_ADDRESS",
               "DBUS_STARTER_BUS_TYPE", "DBUS_STARTER_ADDRESS")
-_IN_MODIFY = 2
+IN_MODIFY = 2
+IN_OPEN = 32
 
 
 class Call(NamedTuple):
@@ -59,21 +60,21 @@ def environment(extra=None):
 
 
 class Watch:
-    """Waits for a file to grow, by inotify."""
+    """Waits for something to happen to a file, by inotify."""
 
-    def __init__(self, path):
+    def __init__(self, path, event=IN_MODIFY):
         libc = ctypes.CDLL(None, use_errno=True)
         self.descriptor = libc.inotify_init1(os.O_CLOEXEC | os.O_NONBLOCK)
         assert self.descriptor >= 0
         added = libc.inotify_add_watch(self.descriptor, os.fsencode(path),
-                                       _IN_MODIFY)
+                                       event)
         assert added >= 0, os.strerror(ctypes.get_errno())
 
     def wait(self, deadline):
-        """Returns after a change; fails when the deadline passes."""
+        """Returns after the event; fails when the deadline passes."""
         left = max(0, deadline - time.monotonic())
         ready, _, _ = select.select([self.descriptor], [], [], left)
-        assert ready, "the awaited call never came"
+        assert ready, "the awaited event never came"
         os.read(self.descriptor, 65536)
 
     def close(self):

@@ -80,6 +80,44 @@ def test_address_is_hexadecimal_with_or_without_prefix(bmc, text):
     assert bmc.calls() == [storage_call("rsa", "GetDrives", 0x8c0000)]
 
 
+@pytest.mark.parametrize("words", [
+    ["-a", "1008c0000", "-r", "400"], ["-a", "-1", "-r", "400"],
+    ["-a", "0x8c0000", "-r", "4294967696"],
+    ["-a", "0x8c0000", "-r", "18446744073709552016"],
+    ["-a", "0x8c0000", "-r", "2147483648"]])
+def test_a_number_that_does_not_fit_is_not_given(bmc, words):
+    """It must not name another device or volume by its low bits."""
+    bmc.start(s.server())
+    result = bmc.run("-o", "delete", "-s", "rsa", *words)
+    assert (result.err, result.status) == ("", 255)
+    assert "not specified" in result.out
+    assert bmc.calls() == []
+
+
+@pytest.mark.parametrize("words, first", [
+    (["delete", "-s", "rsa", "-a", "0x8c0000", "-r", "400"], "delete"),
+    (["-s", "rsa", "-a", "0x8c0000", "-r", "400", "delete", "now"], "delete"),
+    (["list"], "list"), ([""], ""), (["-v", "--", "-o"], "-o")])
+def test_a_word_that_belongs_to_no_option(bmc, words, first):
+    """A forgotten -o must not end as a listing; no bus is needed to say so."""
+    ended(bmc.run(*words, env={"DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/none"}),
+          out=f"Unexpected argument: {first}\n", status=255)
+
+
+@pytest.mark.parametrize("words", [["delete", "-h"], ["delete", "-a"]])
+def test_the_usage_text_comes_before_such_a_word(bmc, words):
+    """Wherever the option stands."""
+    result = bmc.run(*words)
+    assert (result.out, result.status) == (usage(), 0)
+
+
+def test_two_dashes_alone_are_no_word(bmc):
+    """They only end the options."""
+    bmc.start(s.server(s.pcie("rsa")))
+    result = bmc.run("--")
+    assert (under_header(result.out), result.status) == ("", 0)
+
+
 def test_a_later_option_overwrites_the_earlier(bmc):
     """Options come in any order."""
     bmc.start(s.listing("lsa", "GetVolumes", {"Volumes": []}))

@@ -1,5 +1,6 @@
 """The hidden log: its entries, its sequence file, its delay."""
 
+import fcntl
 import os
 import signal
 import subprocess
@@ -8,7 +9,7 @@ import time
 import pytest
 
 import scenarios as s
-from harness import sim_env
+from harness import IN_OPEN, Watch, sim_env
 from io_cases import (HDR, SEQUENCES, SOON, committed, eventlog, fill_up,
                       fresh_pstorage, mount_small, wait_armed)
 
@@ -233,47 +234,130 @@ def test_a_read_only_folder(bmc):
     assert SEQUENCES.read_text() == '{"PCI":7}'
 
 
+def left():
+    """What is in the folder, but for what fills the disk."""
+    return sorted(item.name for item in HDR.iterdir()
+                  if item.name != "filler")
+
+
 def test_a_full_disk_without_a_file(bmc):
-    """An empty file is left, which the next run reports and replaces."""
+    """Nothing is left; the next run starts as if there had been none."""
     mount_small(2)
     fill_up()
     bmc.start(eventlog())
     assert not_written(bmc, hide(bmc)) == "write: No space left on device"
     assert len(bmc.messages()) == 1
-    assert SEQUENCES.read_bytes() == b""
+    assert left() == []
     (HDR / "filler").unlink()
     hide(bmc)
-    assert bmc.messages()[1:] == [(3, LOAD + EMPTY)]
+    assert len(bmc.messages()) == 1
     assert SEQUENCES.read_text() == '{"PCI":1}'
     assert committed(bmc) == [entry(1)]
 
 
 def test_a_full_disk_with_a_file(bmc):
-    """It is written into the room that it gave up."""
+    """The old numbers stay, and the count goes on when there is room."""
+    mount_small(2)
+    SEQUENCES.write_text('{"PCI":7,"System":3}')
+    fill_up()
+    bmc.start(eventlog())
+    assert not_written(bmc, hide(bmc)) == "write: No space left on device"
+    assert len(bmc.messages()) == 1
+    assert SEQUENCES.read_text() == '{"PCI":7,"System":3}'
+    assert left() == [SEQUENCES.name]
+    (HDR / "filler").unlink()
+    hide(bmc)
+    assert len(bmc.messages()) == 1
+    assert SEQUENCES.read_text() == '{"PCI":8,"System":3}'
+    assert committed(bmc) == [entry(8)]
+
+
+def test_a_disk_that_fills_up_in_the_middle(bmc):
+    """Room for a page of the new text only: the old text stays."""
+    page = os.sysconf("SC_PAGESIZE")
+    mount_small(3)
+    text = '{"A":"%s","PCI":9}' % ("a" * page)
+    SEQUENCES.write_text(text)
+    bmc.start(eventlog())
+    assert not_written(bmc, hide(bmc)) == "write: No space left on device"
+    assert SEQUENCES.read_text() == text
+    assert left() == [SEQUENCES.name]
+
+
+def together(bmc, count):
+    """That many events at once; each must end well."""
+    sessions = [bmc.spawn("-o", "event", "-p", "hide=2")
+                for _ in range(count)]
+    assert [session.end(60) for session in sessions] == \
+        [("", "", 0)] * count
+
+
+def test_sixteen_at_once_have_a_number_each(bmc):
+    """No number twice, none left out, and the other classes' stay."""
+    SEQUENCES.write_text('{"PCI":7,"System":3}')
+    bmc.start(eventlog())
+    together(bmc, 16)
+    together(bmc, 16)
+    assert bmc.messages() == []
+    numbers = [int(arguments[1][1]) for _, arguments in committed(bmc)]
+    assert sorted(numbers) == list(range(8, 40))
+    assert SEQUENCES.read_text() == '{"PCI":39,"System":3}'
+    assert left() == [SEQUENCES.name]
+
+
+def test_sixteen_at_once_on_a_full_disk(bmc):
+    """None is handed over, and the numbers stay."""
     mount_small(2)
     SEQUENCES.write_text('{"PCI":7}')
     fill_up()
     bmc.start(eventlog())
-    hide(bmc)
-    good(bmc, '{"PCI":8}', 8)
+    together(bmc, 16)
+    assert [message for _, message in bmc.messages()] == \
+        [GENERATE.format(2) + "write: No space left on device"] * 16
+    assert bmc.calls() == []
+    assert SEQUENCES.read_text() == '{"PCI":7}'
+    assert left() == [SEQUENCES.name]
 
 
-def test_a_disk_that_fills_up_in_the_middle(bmc):
-    """The file holds what fitted; the next run finds no document in it."""
-    page = os.sysconf("SC_PAGESIZE")
-    mount_small(2)
-    shell = '{"A":"%s","PCI":9}'
-    text = shell % ("a" * (page - len(shell % "")))
-    assert len(text) == page
-    SEQUENCES.write_text(text)
-    fill_up()
+def test_what_a_crash_left_is_taken_over(bmc):
+    """A text that was being written does not count and does not stay."""
+    SEQUENCES.write_text('{"PCI":7}')
+    (HDR / "invseq.json.new").write_text('{"PCI":8,"System"')
     bmc.start(eventlog())
-    assert not_written(bmc, hide(bmc)) == "write: No space left on device"
-    assert SEQUENCES.read_text() == text[:-2] + "10"
+    assert hide(bmc) == ("", "", 0)
+    good(bmc, '{"PCI":8}', 8)
+    assert left() == [SEQUENCES.name]
+
+
+def test_a_run_waits_for_the_turn_of_another(bmc):
+    """As long as that one has the lock."""
+    SEQUENCES.write_text('{"PCI":7}')
+    bmc.start(eventlog())
+    with open(HDR / "invseq.json.new", "w", encoding="ascii") as other:
+        fcntl.flock(other, fcntl.LOCK_EX)
+        watch = Watch(other.name, IN_OPEN)
+        session = bmc.spawn("-o", "event", "-p", "hide=2")
+        watch.wait(time.monotonic() + 20)
+        watch.close()
+        assert session.process.poll() is None
+        assert bmc.calls() == []
+        SEQUENCES.write_text('{"PCI":41}')
+    assert session.end() == ("", "", 0)
+    good(bmc, '{"PCI":42}', 42)
+
+
+def test_the_file_keeps_its_mode_and_its_owner(bmc):
+    """Though it is a new one each time."""
+    bmc.start(eventlog())
     hide(bmc)
-    assert bmc.messages()[1][1].startswith(LOAD)
-    assert SEQUENCES.read_text() == '{"PCI":1}'
-    assert committed(bmc) == [entry(1)]
+    assert SEQUENCES.stat().st_mode & 0o7777 == 0o644
+    SEQUENCES.chmod(0o640)
+    os.chown(SEQUENCES, 0, 12)
+    hide(bmc)
+    status = SEQUENCES.stat()
+    assert (status.st_mode & 0o7777, status.st_uid, status.st_gid) == \
+        (0o640, 0, 12)
+    good(bmc, '{"PCI":2}', 1, 2)
 
 
 def test_an_entry_that_is_refused_has_used_its_number(bmc):

@@ -141,6 +141,35 @@ def test_no_parts_line_when_all_four_texts_are_empty(bmc, inventory, parts):
         "            [Port 0]  ;  State:         ;  Speed(Gbps): 0.0\n")
 
 
+def test_each_text_ends_at_its_nul(bmc):
+    """In the parts line as in the others."""
+    assert listed(bmc, {
+        "PCIeDevice": {"Name": "N\0x", "PartNumber": "P\0x", "SKU": "K",
+                       "SerialNumber": "\0x", "Manufacturer": "M\0"},
+        "SoftwareInventorySet": {"Version": "1\0x", "ReleaseDate": "May"},
+        "Ports": [{"PortId": "1\0x", "LinkStatus": "Up\0x"}]}) == (
+        line(name="N", trailing=", 1") +
+        "            P/N: P;  SKU: K;  S/N: ;  Manufacture: M\n"
+        "            [Port 1]  ;  State:       Up;  Speed(Gbps): 0.0\n")
+
+
+NUMBERS = ["LocationNumber", "SlotNumber", "PCIeAddress", "VendorId",
+           "DeviceId", "SubsystemVendorId", "SubsystemId", "ClassCode"]
+
+
+@pytest.mark.parametrize("key", NUMBERS)
+@pytest.mark.parametrize("value", [True, False])
+def test_a_boolean_is_no_number(bmc, key, value):
+    """For each of the eight numbers of a device."""
+    bmc.start(s.server(devices_reply(
+        {"json": {"PCIeDeviceComplexes": [{key: value}]}})))
+    result = bmc.run()
+    assert (under_header(result.out), result.status) == (
+        "getPCIeComplexes: com.mervax.rsa, /com/mervax/rsa; exception: "
+        "[json.exception.type_error.302] type must be number, but is "
+        "boolean\n", 255)
+
+
 def test_no_port_lines_without_an_inventory_record(bmc):
     """Ports are told below the device's own record."""
     assert listed(bmc, {"Ports": [{}]}) == line()

@@ -269,3 +269,45 @@ def test_ten_thousand_drives_are_listed(bmc):
     lines = listed(bmc, "-t", "Drives").splitlines()
     assert len(lines) == 10000
     assert lines == sorted(lines)
+
+
+def no_index(key):
+    return ("listDeviceTargets exception: [json.exception.parse_error.109] "
+            f"parse error: array index '{key}' is not a number\n")
+
+
+@pytest.mark.parametrize("target, item, key", [
+    ("Drives", {"Internal": []}, "ResourceId"),
+    ("Drives", {"Internal": [{"ResourceId": 1}]}, "ResourceId"),
+    ("Drives", {"PhysicalLocation": {"PartLocation": [1]}}, "LocationType"),
+    ("Volumes", {"Internal": [1]}, "ResourceId"),
+    ("StoragePools", {"Internal": []}, "ResourceId"),
+])
+def test_an_array_has_no_such_index(bmc, target, item, key):
+    """Where an object with the key is expected; text and numbers count as
+    objects that lack it."""
+    bmc.start(s.listing("rsa", "Get" + target, {target: [item]}))
+    ended(bmc.run(*LIST, "-s", "rsa", "-t", target), no_index(key), 255)
+
+
+def test_other_values_in_the_way_count_as_missing(bmc):
+    """And arrays where no path is followed."""
+    bmc.start(s.merge(
+        drives({"Internal": "x", "PhysicalLocation": {"PartLocation": 5}}),
+        s.listing("lsa", "GetStoragePools", {"StoragePools": [
+            {"Internal": None, "Capacity": []},
+            {"Capacity": {"Data": [1]}}]})))
+    assert listed(bmc, "-t", "Drives") == \
+        "  255, ResId 0, , , , , S/N: , F/W: \n"
+    ended(bmc.run(*LIST, "-s", "lsa", "-t", "StoragePools"),
+          "  Pool 0: , Capacity 0.00GiB, Consumed 0.00GiB, Remain 255\n" * 2)
+
+
+def test_a_document_of_too_many_values(bmc):
+    """Refused while it is read, before it has taken the memory."""
+    text = "[" + "{}," * 500_000 + "{}]"
+    bmc.start(s.method(s.name_of("rsa"), s.path_of("rsa"), s.STORAGE,
+                       "GetVolumes", {"in": "u", "out": "s", "text": text}))
+    ended(bmc.run(*LIST, "-s", "rsa", "-t", "Volumes"),
+          "listDeviceTargets exception: JSON document holds more than 500000 "
+          "values\n", 255)

@@ -51,7 +51,7 @@ void write(std::string_view text) noexcept
     kept.append(text);
 }
 
-void line(std::string_view text) noexcept
+void line(std::string_view text)
 {
     write(text);
     write("\n");
@@ -60,6 +60,15 @@ void line(std::string_view text) noexcept
 void line(std::initializer_list<std::string_view> pieces)
 {
     line(io::text::cat(pieces));
+}
+
+void foreign(std::string_view text)
+{
+    write(text);
+}
+
+void errorLine(std::initializer_list<std::string_view> /*pieces*/)
+{
 }
 
 void guardStandardStreams() noexcept
@@ -74,7 +83,7 @@ void unbuffer() noexcept
 {
 }
 
-int finish(int status) noexcept
+int finish(int status)
 {
     return status;
 }

@@ -6,14 +6,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
-#include <system_error>
 
 namespace
 {
 
 using io::events::loadSequences;
-using io::events::storeSequences;
 using io::events::takeSequence;
 using nlohmann::json;
 
@@ -26,13 +23,6 @@ class SequenceFile : public testing::Test
     void fill(const std::string& text) const
     {
         std::ofstream(path) << text;
-    }
-
-    std::string content() const
-    {
-        std::ostringstream text;
-        text << std::ifstream(path).rdbuf();
-        return text.str();
     }
 };
 
@@ -62,14 +52,12 @@ TEST_F(SequenceFile, refusesADirectory)
 {
     std::filesystem::create_directory(path);
     EXPECT_THROW(loadSequences(path), std::runtime_error);
-    EXPECT_THROW(storeSequences(path, json::object()), std::system_error);
 }
 
 TEST_F(SequenceFile, doesNotWaitAtAPipe)
 {
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_THROW(loadSequences(path), std::runtime_error);
-    EXPECT_THROW(storeSequences(path, json::object()), std::system_error);
 }
 
 TEST_F(SequenceFile, refusesAHugeFile)
@@ -86,30 +74,6 @@ TEST_F(SequenceFile, refusesDeepNesting)
     EXPECT_NO_THROW(loadSequences(path));
     fill(std::string(100'000, '[') + std::string(100'000, ']'));
     EXPECT_THROW(loadSequences(path), std::length_error);
-}
-
-TEST_F(SequenceFile, isWrittenWholeAndCompact)
-{
-    fill(std::string(1000, ' '));
-    storeSequences(path, json{{"PCI", 8}, {"System", 1}});
-    EXPECT_EQ(content(), R"({"PCI":8,"System":1})");
-}
-
-TEST_F(SequenceFile, isReachedThroughALink)
-{
-    const std::filesystem::path target = dir.path() / "target";
-    std::filesystem::create_symlink(target, path);
-    EXPECT_TRUE(loadSequences(path).is_null());
-    storeSequences(path, json{{"PCI", 1}});
-    EXPECT_TRUE(std::filesystem::is_regular_file(
-        std::filesystem::symlink_status(target)));
-    EXPECT_EQ(loadSequences(path), (json{{"PCI", 1}}));
-}
-
-TEST_F(SequenceFile, tellsWhenItCannotBeWritten)
-{
-    EXPECT_THROW(storeSequences(dir.path() / "none" / "x", json::object()),
-                 std::system_error);
 }
 
 /** Counting from a document to the number and to the document after it. */

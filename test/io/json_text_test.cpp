@@ -49,6 +49,19 @@ TEST(ParseJson, siblingsDoNotAddUp)
     EXPECT_EQ(io::parseJson(text + "[]]").size(), 2001U);
 }
 
+TEST(ParseJson, boundsTheNumberOfValues)
+{
+    std::string text = "[";
+    for (int i = 1; i < 250'000; ++i)
+    {
+        text += R"({"k":{}},)";
+    }
+    // The array, 249,999 times two, and the last one: 500,000.
+    EXPECT_EQ(io::parseJson(text + "1]").size(), 250'000U);
+    EXPECT_THROW(io::parseJson(text + "[1]]"), std::length_error);
+    EXPECT_THROW(io::tryParseJson(text + "[1]]"), std::length_error);
+}
+
 TEST(ParseJson, keepsEveryKindOfValue)
 {
     const nlohmann::json document = io::parseJson(

@@ -17,6 +17,7 @@ struct Parsed
 {
     bool ok{false};
     Options options;
+    std::string extra; //!< first word that belongs to no option
 };
 
 Parsed parse(std::vector<std::string> words)
@@ -33,6 +34,9 @@ Parsed parse(std::vector<std::string> words)
     Parsed result;
     result.ok = parseOptions(static_cast<int>(words.size()), argv.data(),
                              result.options);
+    const char* extra =
+        unexpectedArgument(static_cast<int>(words.size()), argv.data());
+    result.extra = extra == nullptr ? "none" : extra;
     return result;
 }
 
@@ -77,6 +81,37 @@ TEST(Options, resourceIdIsDecimal)
     EXPECT_EQ(parse({"-r", "12z"}).options.resourceId, 12);
     EXPECT_EQ(parse({"-r", "-3"}).options.resourceId, -3);
     EXPECT_EQ(parse({"-r", "0x10"}).options.resourceId, 0);
+}
+
+TEST(Options, aNumberThatDoesNotFitCountsAsNotGiven)
+{
+    EXPECT_EQ(parse({"-a", "ffffffff"}).options.address, 0xffffffffU);
+    EXPECT_EQ(parse({"-r", "2147483647"}).options.resourceId, 2147483647);
+    EXPECT_EQ(parse({"-r", "-2147483648"}).options.resourceId, -2147483647 - 1);
+    for (const char* word :
+         {"100000000", "1008c0000", "-1", "-ffffffff74000000",
+          "7fffffffffffffff", "ffffffffffffffff", "10000000000000001"})
+    {
+        EXPECT_EQ(parse({"-a", word}).options.address, 0U) << word;
+    }
+    for (const char* word :
+         {"2147483648", "4294967696", "-2147483649", "9223372036854775807",
+          "18446744073709552016", "-18446744073709551216"})
+    {
+        EXPECT_EQ(parse({"-r", word}).options.resourceId, 0) << word;
+    }
+}
+
+TEST(Options, wordsThatBelongToNone)
+{
+    EXPECT_EQ(parse({"-o", "delete", "-v"}).extra, "none");
+    EXPECT_EQ(parse({"--"}).extra, "none");
+    EXPECT_EQ(parse({"delete", "-a", "1"}).extra, "delete");
+    EXPECT_EQ(parse({"-a", "1", "delete", "-r", "4", "now"}).extra, "delete");
+    EXPECT_EQ(parse({"-a", "1", "--", "-r"}).extra, "-r");
+    EXPECT_EQ(parse({"-v", "-"}).extra, "-");
+    EXPECT_EQ(parse({""}).extra, "");
+    EXPECT_EQ(parse({"delete", "-a", "1"}).options.address, 1U);
 }
 
 TEST(Options, theLastRepetitionWins)

@@ -34,7 +34,7 @@ void printGroup(const std::string& service, const char* group,
     out::line({group, " devices management by ", service});
     for (const FirmwareDevice& device : devices)
     {
-        out::line({"  P/N: ", device.partNumber});
+        out::line({"  P/N: ", device.partNumber.c_str()});
         out::line(firmwareLine(device));
     }
 }

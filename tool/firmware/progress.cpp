@@ -9,10 +9,13 @@
 
 #include <sdbusplus/asio/connection.hpp>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstdlib>
 #include <limits>
-#include <stdexcept>
 #include <string>
+#include <string_view>
 
 using nlohmann::json;
 
@@ -29,37 +32,90 @@ struct Member
 {
     const char* name;
     uint32_t ProgressRecord::*value;
-    double lowest;
 };
-
-constexpr double lowestError = std::numeric_limits<int32_t>::min();
 
 constexpr std::array members{
-    Member{"ErrorCode", &ProgressRecord::errorCode, lowestError},
-    Member{"Progress", &ProgressRecord::progress, 0},
-    Member{"CompletedDeviceCount", &ProgressRecord::completed, 0},
-    Member{"TotalDeviceCount", &ProgressRecord::total, 0},
-    Member{"ElapsedSeconds", &ProgressRecord::elapsed, 0},
-    Member{"EstimatedRemainingSeconds", &ProgressRecord::remaining, 0},
+    Member{"ErrorCode", &ProgressRecord::errorCode},
+    Member{"Progress", &ProgressRecord::progress},
+    Member{"CompletedDeviceCount", &ProgressRecord::completed},
+    Member{"TotalDeviceCount", &ProgressRecord::total},
+    Member{"ElapsedSeconds", &ProgressRecord::elapsed},
+    Member{"EstimatedRemainingSeconds", &ProgressRecord::remaining},
 };
 
-uint32_t toCounter(const json& value, const Member& member)
+uint32_t toCounter(const json& value)
 {
-    // Exact for every 32-bit integer; raises the library's error for what is
-    // no number.
-    const double number = value.get<double>();
-    if (number < member.lowest || number > std::numeric_limits<uint32_t>::max())
+    if (value.is_number_float())
     {
-        throw std::out_of_range(std::string(member.name) +
-                                " is out of range: " + value.dump());
+        constexpr double highest = std::numeric_limits<uint32_t>::max();
+        return static_cast<uint32_t>(
+            std::clamp(value.get<double>(), 0.0, highest));
     }
-    return static_cast<uint32_t>(static_cast<int64_t>(number));
+    // Raises the library's error for what is no number.
+    return static_cast<uint32_t>(value.get<uint64_t>());
+}
+
+/** Length of the string, with its quotes, that text begins with. */
+std::size_t stringLength(std::string_view text)
+{
+    std::size_t at = 1;
+    while (at < text.size() && text[at] != '"')
+    {
+        at += text[at] == '\\' ? 2 : 1;
+    }
+    return std::min(at + 1, text.size());
+}
+
+/** Length of the number that text begins with, 1 if with none. */
+std::size_t numberLength(std::string_view text)
+{
+    const std::size_t end = text.find_first_not_of("+-.0123456789eE");
+    return std::clamp<std::size_t>(end, 1, text.size());
+}
+
+/** A number's text, or one beside it that a double holds. */
+std::string_view withinDouble(std::string_view number)
+{
+    if (std::isfinite(std::strtod(std::string(number).c_str(), nullptr)))
+    {
+        return number;
+    }
+    return number.front() == '-' ? "-1e308" : "1e308";
+}
+
+/** JSON text without numbers beyond a double's range. */
+std::string withoutHugeNumbers(std::string_view text)
+{
+    std::string kept;
+    while (!text.empty())
+    {
+        const bool quoted = text.front() == '"';
+        const std::size_t length =
+            quoted ? stringLength(text) : numberLength(text);
+        const std::string_view piece = text.substr(0, length);
+        kept += quoted ? piece : withinDouble(piece);
+        text.remove_prefix(length);
+    }
+    return kept;
+}
+
+/** No signal is passed over for the size of a number in it. */
+json parseRecord(const std::string& text)
+{
+    try
+    {
+        return io::parseJson(text);
+    }
+    catch (const json::out_of_range&)
+    {
+        return io::parseJson(withoutHugeNumbers(text));
+    }
 }
 
 void followProgress(const std::string& text)
 {
     ProgressRecord record;
-    const char* missing = readProgress(io::parseJson(text), record);
+    const char* missing = readProgress(parseRecord(text), record);
     if (missing != nullptr)
     {
         out::line({"Update signal data has no ", missing});
@@ -83,7 +139,7 @@ const char* readProgress(const json& data, ProgressRecord& record)
         {
             return member.name;
         }
-        record.*member.value = toCounter(*value, member);
+        record.*member.value = toCounter(*value);
     }
     return nullptr;
 }

@@ -25,11 +25,12 @@ struct ProgressRecord
 
 /** Read a progress record.
  *
+ *  Any number counts: an integer is cut to its low 32 bits, a floating number
+ *  beyond them becomes the nearest end.
+ *
  *  @param[out] record filled as far as the members are there
  *  @return the name of the first member that is missing, null when none is
  *  @throw nlohmann::json::type_error for a member that is not a number
- *  @throw std::out_of_range for a number that a member cannot hold. An error
- *         code may be negative: its lower 32 bits are taken.
  */
 const char* readProgress(const nlohmann::json& data, ProgressRecord& record);
 

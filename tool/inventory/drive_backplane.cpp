@@ -48,11 +48,11 @@ std::string formatBackplane(const DriveBackplane& backplane)
 {
     using io::text::decimal;
     const unsigned start = backplane.startSlot;
-    return io::text::cat({backplane.name, ": i2c-", decimal(backplane.i2cBus),
-                          ", bay[", decimal(start), "-",
-                          decimal(start + backplane.numberOfSlots),
-                          "], formfactor=", backplane.formFactor,
-                          ", location=", backplane.location});
+    return io::text::cat({backplane.name.c_str(), ": i2c-",
+                          decimal(backplane.i2cBus), ", bay[", decimal(start),
+                          "-", decimal(start + backplane.numberOfSlots),
+                          "], formfactor=", backplane.formFactor.c_str(),
+                          ", location=", backplane.location.c_str()});
 }
 
 } // namespace storage

@@ -15,6 +15,22 @@ const json* findMember(const json& object, const char* key)
     return found == object.end() ? nullptr : &*found;
 }
 
+namespace
+{
+
+/** A key is no index: raise what the library raises for it. */
+void raiseForArray(const json& item, std::initializer_list<const char*> keys)
+{
+    json::json_pointer pointer;
+    for (const char* key : keys)
+    {
+        pointer /= key;
+    }
+    static_cast<void>(item.value(pointer, false));
+}
+
+} // namespace
+
 const json* findPath(const json& item, std::initializer_list<const char*> keys)
 {
     if (!item.is_object())
@@ -25,6 +41,10 @@ const json* findPath(const json& item, std::initializer_list<const char*> keys)
     const json* current = &item;
     for (const char* key : keys)
     {
+        if (current->is_array())
+        {
+            raiseForArray(item, keys);
+        }
         current = findMember(*current, key);
         if (current == nullptr)
         {

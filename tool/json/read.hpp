@@ -19,9 +19,11 @@ namespace tool
 /** The member of that name, or null when there is none (or no object). */
 const nlohmann::json* findMember(const nlohmann::json& object, const char* key);
 
-/** The value that a path of keys leads to, or null when a step is missing.
+/** The value that a JSON pointer of these keys leads to, or null when a step is
+ *  missing.
  *
  *  @throw nlohmann::json::type_error when `item` is not an object
+ *  @throw nlohmann::json::parse_error where it leads through an array
  */
 const nlohmann::json* findPath(const nlohmann::json& item,
                                std::initializer_list<const char*> keys);

@@ -110,7 +110,9 @@ PcieDevice readPcieDevice(const json& record)
     PcieDevice device;
     for (const auto& [key, field] : numericKeys)
     {
-        device.*field = readOr(record, {key}, uint32_t{0});
+        // As 64 bits, since only for those a boolean is no number.
+        device.*field =
+            static_cast<uint32_t>(readOr(record, {key}, uint64_t{0}));
     }
     const json* inventory = findMember(record, "PCIeDevice");
     if (inventory != nullptr && inventory->is_object())

@@ -26,7 +26,7 @@ struct PcieDevice
 /** Read a device record; missing members are 0 and empty.
  *
  *  @throw nlohmann::json::type_error for a record that is no object, or a
- *         number that is none
+ *         number that is none (a boolean is none)
  */
 PcieDevice readPcieDevice(const nlohmann::json& record);
 

@@ -35,6 +35,21 @@ uint32_t resourceId(const json& item)
     return readOr(item, {"Internal", "ResourceId"}, uint32_t{0});
 }
 
+/** A number within objects within objects; 0 when it is not there. */
+uint64_t readNested(const json& item, std::initializer_list<const char*> keys)
+{
+    const json* current = &item;
+    for (const char* key : keys)
+    {
+        current = findMember(*current, key);
+        if (current == nullptr)
+        {
+            return 0;
+        }
+    }
+    return readValue<uint64_t>(*current);
+}
+
 struct Location
 {
     std::string type;
@@ -89,7 +104,7 @@ std::string poolLine(const json& item, const std::string& prefix)
         types += ' ';
     }
     const auto size = [&item](const char* key) {
-        return gib(readOr(item, {"Capacity", "Data", key}, uint64_t{0}));
+        return gib(readNested(item, {"Capacity", "Data", key}));
     };
 
     return cat(

@@ -1,6 +1,7 @@
 #include "tool/storage/request_file.hpp"
 
 #include "io/common/src/JsonText.hpp"
+#include "tool/output.hpp"
 
 #include <array>
 #include <cstdio>
@@ -44,13 +45,13 @@ bool readRequestFile(const std::string& name, json& document)
     const File file(std::fopen(name.c_str(), "re"), std::fclose);
     if (file == nullptr)
     {
-        std::fprintf(stderr, "Failed to open in file: %s\n", name.c_str());
+        out::errorLine({"Failed to open in file: ", name});
         return false;
     }
     json parsed = io::tryParseJson(readAll(file.get()));
     if (parsed.is_discarded())
     {
-        std::fprintf(stderr, "in file is invalid JSON: %s\n", name.c_str());
+        out::errorLine({"in file is invalid JSON: ", name});
         return false;
     }
     document = std::move(parsed);

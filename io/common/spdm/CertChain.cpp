@@ -1,14 +1,12 @@
-#include "io/common/spdm/SaveFile.hpp"
 #include "io/common/spdm/Spdm.hpp"
 #include "io/common/spdm/spdm_device_secret_lib_sample/cert.hpp"
+#include "io/common/src/File.hpp"
 
 #include <unistd.h>
 
 #include <phosphor-logging/lg2.hpp>
 
-#include <cerrno>
-#include <cstring>
-#include <span>
+#include <system_error>
 
 namespace mctp::spdm
 {
@@ -26,15 +24,17 @@ bool exists(const char* path)
 
 void saveChain(const void* chain, size_t size)
 {
-    const std::span bytes(static_cast<const uint8_t*>(chain), size);
-    if (saveFile("/tmp/certchain.bin", bytes))
+    try
     {
+        io::replaceFile("/tmp/certchain.bin",
+                        {static_cast<const char*>(chain), size});
         lg2::info("Cert-chain saved to /tmp/certchain.bin");
-        return;
     }
-    const int error = errno;
-    lg2::error("[ERR] Failed to save cert-chain to /tmp/certchain.bin. {E}",
-               "E", std::string(std::strerror(error)));
+    catch (const std::system_error& failure)
+    {
+        lg2::error("[ERR] Failed to save cert-chain to /tmp/certchain.bin. {E}",
+                   "E", failure.code().message());
+    }
 }
 
 } // namespace

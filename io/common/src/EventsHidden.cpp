@@ -2,6 +2,7 @@
 #include "io/common/src/EventsDaemon.hpp"
 #include "io/common/src/EventsSequence.hpp"
 #include "io/common/src/EventsTimers.hpp"
+#include "io/common/src/File.hpp"
 
 #include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
@@ -54,8 +55,18 @@ nlohmann::json loadOrStartOver()
     }
 }
 
-/** The number is stored first: an entry that fails has used it up, and no
- *  two entries ever carry the same. */
+/** Count in the file. From reading to writing nobody else does, so that no
+ *  two entries ever carry the same number. */
+uint64_t nextSequence(const char* name)
+{
+    FileTurn turn(events::sequenceFile);
+    nlohmann::json document = loadOrStartOver();
+    const uint64_t sequence = events::takeSequence(document, name);
+    turn.write(document.dump());
+    return sequence;
+}
+
+/** The number is stored first: an entry that fails has used it up. */
 void writeEntry(const DbusConnPtr& bus, HiddenInvChgType type)
 {
     const char* name = className(type);
@@ -63,14 +74,11 @@ void writeEntry(const DbusConnPtr& bus, HiddenInvChgType type)
     {
         return;
     }
-    nlohmann::json document = loadOrStartOver();
     try
     {
-        const uint64_t sequence = events::takeSequence(document, name);
-        events::storeSequences(events::sequenceFile, document);
         const events::Arguments arguments{
             {"InventoryType", std::string(name) + " Inventory"},
-            {"SequenceNumber", std::to_string(sequence)}};
+            {"SequenceNumber", std::to_string(nextSequence(name))}};
         if (!events::commit(bus, "HRLKDDM4010I", arguments))
         {
             lg2::error("[ERR] Failed to generate hidden log of type {T}", "T",

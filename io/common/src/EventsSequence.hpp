@@ -28,12 +28,4 @@ nlohmann::json loadSequences(const std::string& path);
  */
 uint64_t takeSequence(nlohmann::json& document, const std::string& name);
 
-/** Write the document over the file, without blanks.
- *
- *  A file that could not be written whole holds what fitted.
- *
- *  @throw std::system_error when it cannot be opened or written
- */
-void storeSequences(const std::string& path, const nlohmann::json& document);
-
 } // namespace io::events

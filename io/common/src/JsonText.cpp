@@ -114,10 +114,16 @@ class Builder
     bool throws;
     std::vector<json*> containers; //!< open ones, innermost last
     json* member{nullptr};         //!< what the last key in an object names
+    std::size_t values{0};
 
     /** Put a value where the next one belongs. */
     json& place(json value)
     {
+        if (++values > maxJsonValues)
+        {
+            throw std::length_error("JSON document holds more than " +
+                                    std::to_string(maxJsonValues) + " values");
+        }
         if (containers.empty())
         {
             return root = std::move(value);

@@ -8,16 +8,25 @@
 namespace io
 {
 
+/** How many values a document may hold, the containers among them.
+ *
+ *  A value takes up to about 160 bytes and as little as two of its text, so a
+ *  text as long as a bus message could take more memory than a BMC has. This
+ *  many take up to 80 MB beside the text. The document of 10,000 drives holds
+ *  200,000.
+ */
+inline constexpr std::size_t maxJsonValues = 500'000;
+
 /** How deep documents of services may be: printing and serialising recurse. */
 inline constexpr std::size_t maxJsonDepth = 512;
 
 /** Parse a JSON text that somebody else wrote.
  *
  *  Printing, serialising and destroying a document recurse per level, so the
- *  depth is bounded while it is built.
+ *  depth is bounded while it is built, and so is the number of values.
  *
  *  @param maxDepth how many arrays and objects may stand in one another
- *  @throw std::length_error where they go deeper
+ *  @throw std::length_error where they go deeper, or for too many values
  *  @throw nlohmann::json::exception where it is not JSON, or holds a number
  *         beyond a double's range
  */

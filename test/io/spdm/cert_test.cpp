@@ -1,4 +1,3 @@
-#include "io/common/spdm/SaveFile.hpp"
 #include "io/common/spdm/spdm_device_secret_lib_sample/cert.hpp"
 #include "test/io/spdm/spdm_fixture.hpp"
 #include "test/support.hpp"
@@ -249,34 +248,6 @@ TEST_F(Certificates, AFileThatEndsEarly)
     ASSERT_FALSE(read);
     EXPECT_EQ(read.error(),
               "Read input file error /tmp/roots/ecp384/ca.cert.der");
-}
-
-TEST(SaveFile, ReplacesAndNeverFollows)
-{
-    const std::array<uint8_t, 3> bytes{'n', 'e', 'w'};
-    put("/tmp/save/victim", "old");
-    fs::create_symlink("/tmp/save/victim", "/tmp/save/file");
-    ASSERT_TRUE(mctp::spdm::saveFile("/tmp/save/file", bytes));
-    EXPECT_EQ(contentOf("/tmp/save/victim"), "old");
-    EXPECT_EQ(contentOf("/tmp/save/file"), "new");
-    EXPECT_FALSE(fs::is_symlink("/tmp/save/file"));
-    EXPECT_EQ(fs::status("/tmp/save/file").permissions(),
-              fs::perms::owner_read | fs::perms::owner_write);
-    fs::remove_all("/tmp/save");
-}
-
-TEST(SaveFile, LeavesNothingWhenItFails)
-{
-    const std::array<uint8_t, 1> bytes{'n'};
-    fs::create_directories("/tmp/save/file/full");
-    errno = 0;
-    EXPECT_FALSE(mctp::spdm::saveFile("/tmp/save/file", bytes));
-    EXPECT_EQ(errno, EISDIR);
-    EXPECT_FALSE(mctp::spdm::saveFile("/tmp/save/none/file", bytes));
-    EXPECT_EQ(errno, ENOENT);
-    const auto left = fs::directory_iterator("/tmp/save");
-    EXPECT_EQ(std::distance(fs::begin(left), fs::end(left)), 1);
-    fs::remove_all("/tmp/save");
 }
 
 } // namespace

@@ -100,20 +100,22 @@ TEST(Progress, refusesWhatIsNoNumber)
     }
 }
 
-TEST(Progress, refusesWhatNoCounterHolds)
-{
-    EXPECT_EQ(complaint(with("Progress", -1)), "Progress is out of range: -1");
-    EXPECT_EQ(complaint(with("TotalDeviceCount", 4294967296)),
-              "TotalDeviceCount is out of range: 4294967296");
-    EXPECT_EQ(complaint(with("ElapsedSeconds", 1e300)),
-              "ElapsedSeconds is out of range: 1e+300");
-    EXPECT_EQ(complaint(with("ErrorCode", -2147483649)),
-              "ErrorCode is out of range: -2147483649");
-}
-
-TEST(Progress, takesANegativeErrorCodeAsItsBits)
+TEST(Progress, cutsAnIntegerToItsLow32Bits)
 {
     EXPECT_EQ(numbers(with("ErrorCode", -5))[0], 0xfffffffbU);
+    EXPECT_EQ(numbers(with("Progress", -1))[1], 0xffffffffU);
+    EXPECT_EQ(numbers(with("Progress", INT64_MIN))[1], 0U);
+    EXPECT_EQ(numbers(with("Progress", 4294967298))[1], 2U);
+    EXPECT_EQ(numbers(with("Progress", UINT64_MAX))[1], 0xffffffffU);
+}
+
+TEST(Progress, takesTheNearestEndForAFloatingNumber)
+{
+    EXPECT_EQ(numbers(with("Progress", -0.5))[1], 0U);
+    EXPECT_EQ(numbers(with("Progress", -1e300))[1], 0U);
+    EXPECT_EQ(numbers(with("Progress", 4294967294.9))[1], 4294967294U);
+    EXPECT_EQ(numbers(with("Progress", 4294967296.0))[1], 4294967295U);
+    EXPECT_EQ(numbers(with("Progress", 1e300))[1], 4294967295U);
 }
 
 TEST(Progress, endsWithAnErrorOrWhenAllIsDone)

@@ -44,10 +44,13 @@ TEST(ReadOr, anotherTypeIsTheLibrarysError)
 
 TEST(ReadOr, behavesAsTheLibrarysOwnReader)
 {
-    // An array where an object is wanted counts as a missing step.
+    // A key of one character might be an index, and counts as a missing step.
     const json::json_pointer pointer("/List/x");
     EXPECT_EQ(item.value(pointer, 5U), 5U);
     EXPECT_EQ(readOr(item, {"List", "x"}, 5U), 5U);
+    const json::json_pointer longer("/List/xy");
+    EXPECT_THROW(static_cast<void>(item.value(longer, 5U)), json::parse_error);
+    EXPECT_THROW(readOr(item, {"List", "xy"}, 5U), json::parse_error);
     // Too large for the type: cut, as get() cuts.
     EXPECT_EQ(readOr(item, {"Number"}, uint8_t{0}), 44);
 }

@@ -111,6 +111,14 @@ std::string portOf(const char* text)
     return portLine(json::parse(text), 0);
 }
 
+TEST(PartLine, eachTextEndsAtItsNul)
+{
+    const json data = json::parse(R"({"PartNumber": "P\u0000x", "SKU": "K",
+        "SerialNumber": "\u0000", "Manufacturer": "M\u0000"})");
+    EXPECT_EQ(partLine(data),
+              "            P/N: P;  SKU: K;  S/N: ;  Manufacture: M");
+}
+
 TEST(PortLine, labelFallsBackToIdThenToThePosition)
 {
     EXPECT_EQ(portOf("{}"),

@@ -1,0 +1,221 @@
+#include "io/common/src/File.hpp"
+#include "test/scratch_dir.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using io::FileTurn;
+using io::replaceFile;
+
+class Files : public testing::Test
+{
+  protected:
+    ScratchDir dir;
+    const std::string path = dir.path() / "file";
+    const std::string beside = path + ".new";
+
+    static void put(const std::string& where, const std::string& text)
+    {
+        std::ofstream(where) << text;
+    }
+
+    static std::string contentOf(const std::string& where)
+    {
+        std::ostringstream text;
+        text << std::ifstream(where).rdbuf();
+        return text.str();
+    }
+
+    static mode_t modeOf(const std::string& where)
+    {
+        struct stat status = {};
+        EXPECT_EQ(lstat(where.c_str(), &status), 0);
+        return status.st_mode & 07777;
+    }
+
+    std::size_t count() const
+    {
+        const auto entries = fs::directory_iterator(dir.path());
+        return static_cast<std::size_t>(
+            std::distance(fs::begin(entries), fs::end(entries)));
+    }
+
+    void write(const std::string& text) const
+    {
+        FileTurn(path).write(text);
+    }
+};
+
+/** The errno of an error that is expected. */
+template <typename Action>
+int errorOf(const Action& action)
+{
+    try
+    {
+        action();
+    }
+    catch (const std::system_error& failure)
+    {
+        return failure.code().value();
+    }
+    return 0;
+}
+
+TEST_F(Files, replaceAndNeverFollow)
+{
+    const fs::path victim = dir.path() / "victim";
+    put(victim, "old");
+    fs::create_symlink(victim, path);
+    replaceFile(path, "new");
+    EXPECT_EQ(contentOf(victim), "old");
+    EXPECT_EQ(contentOf(path), "new");
+    EXPECT_FALSE(fs::is_symlink(path));
+    EXPECT_EQ(modeOf(path), mode_t{0600});
+    EXPECT_EQ(count(), 2U);
+}
+
+TEST_F(Files, leaveNothingWhenReplacingFails)
+{
+    fs::create_directories(path + "/full");
+    EXPECT_EQ(errorOf([this] { replaceFile(path, "new"); }), EISDIR);
+    EXPECT_EQ(errorOf([this] { replaceFile(path + "/none/x", "new"); }),
+              ENOENT);
+    EXPECT_EQ(count(), 1U);
+}
+
+TEST_F(Files, areWrittenWholeInATurn)
+{
+    put(path, std::string(1000, ' '));
+    write("new");
+    EXPECT_EQ(contentOf(path), "new");
+    write("");
+    EXPECT_EQ(contentOf(path), "");
+    EXPECT_EQ(count(), 1U);
+}
+
+TEST_F(Files, keepTheirMode)
+{
+    write("new");
+    EXPECT_EQ(modeOf(path), mode_t{0644});
+    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+    write("newer");
+    EXPECT_EQ(modeOf(path), mode_t{0640});
+}
+
+TEST_F(Files, areReachedThroughLinks)
+{
+    const fs::path target = dir.path() / "target";
+    fs::create_symlink("target", dir.path() / "middle");
+    fs::create_symlink(dir.path() / "middle", path);
+    for (const char* text : {"new", "newer"})
+    {
+        write(text);
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(target)));
+        EXPECT_TRUE(fs::is_symlink(path));
+        EXPECT_EQ(contentOf(target), text);
+    }
+    EXPECT_EQ(count(), 3U);
+}
+
+TEST_F(Files, thatAreNoneAreNotReplaced)
+{
+    fs::create_directory(path);
+    EXPECT_EQ(errorOf([this] { write("new"); }), EISDIR);
+    fs::remove(path);
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(errorOf([this] { write("new"); }), ENXIO);
+    const io::Descriptor reader(open(path.c_str(), O_RDONLY | O_NONBLOCK));
+    EXPECT_THROW(write("new"), std::runtime_error);
+    fs::remove(path);
+    fs::create_symlink(path, path);
+    EXPECT_EQ(errorOf([this] { write("new"); }), ELOOP);
+    EXPECT_EQ(count(), 1U);
+}
+
+TEST_F(Files, inNoFolderHaveNoTurn)
+{
+    EXPECT_EQ(errorOf([this] { FileTurn(path + "/none/x"); }), ENOENT);
+}
+
+TEST_F(Files, keepTheirContentWhenATurnIsNotUsed)
+{
+    put(path, "old");
+    {
+        const FileTurn turn(path);
+        EXPECT_EQ(modeOf(beside), mode_t{0600});
+    }
+    EXPECT_EQ(contentOf(path), "old");
+    EXPECT_EQ(count(), 1U);
+}
+
+TEST_F(Files, haveOneTurnAtATime)
+{
+    FileTurn turn(path);
+    EXPECT_EQ(
+        errorOf([this] { FileTurn(path, std::chrono::milliseconds(20)); }),
+        ETIMEDOUT);
+    turn.write("new");
+    EXPECT_EQ(contentOf(path), "new");
+}
+
+TEST_F(Files, countEachOfManyTurns)
+{
+    put(path, "");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i)
+    {
+        threads.emplace_back(
+            [this]
+            {
+                for (int turns = 0; turns < 25; ++turns)
+                {
+                    FileTurn turn(path);
+                    turn.write(contentOf(path) + "x");
+                }
+            });
+    }
+    for (std::thread& thread : threads)
+    {
+        thread.join();
+    }
+    EXPECT_EQ(contentOf(path), std::string(200, 'x'));
+    EXPECT_EQ(count(), 1U);
+}
+
+TEST_F(Files, takeOverWhatACrashLeft)
+{
+    put(beside, "a long text of which half was written");
+    write("new");
+    EXPECT_EQ(contentOf(path), "new");
+    EXPECT_EQ(count(), 1U);
+}
+
+TEST_F(Files, areReadWholeUpToABound)
+{
+    constexpr std::size_t bound = std::size_t{1} << 20;
+    const auto read = [this] {
+        return io::readAll(io::Descriptor(open(path.c_str(), O_RDONLY)), bound);
+    };
+    put(path, std::string(bound, 'a'));
+    EXPECT_EQ(read().size(), bound);
+    put(path, std::string(bound + 1, 'a'));
+    EXPECT_THROW(read(), std::length_error);
+    fs::remove(path);
+    fs::create_directory(path);
+    EXPECT_THROW(read(), std::runtime_error);
+}
+
+} // namespace
