@@ -69,6 +69,10 @@ void line(std::initializer_list<std::string_view> pieces) noexcept
     write("\n");
 }
 
+void errorLine(std::initializer_list<std::string_view> /*pieces*/) noexcept
+{
+}
+
 void guardStandardStreams() noexcept
 {
 }

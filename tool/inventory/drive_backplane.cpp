@@ -1,5 +1,6 @@
 #include "tool/inventory/drive_backplane.hpp"
 
+#include "io/common/src/Format.hpp"
 #include "io/common/src/Output.hpp"
 
 #include <phosphor-logging/lg2.hpp>
@@ -45,7 +46,7 @@ DriveBackplane readBackplane(const BackplaneProperties& properties)
 
 std::string formatBackplane(const DriveBackplane& backplane)
 {
-    return io::out::formatted(
+    return io::formatted(
         "%s: i2c-%u, bay[%u-%u], formfactor=%s, location=%s",
         backplane.name.c_str(), unsigned{backplane.i2cBus},
         unsigned{backplane.startSlot},

@@ -1,6 +1,6 @@
 #include "tool/pcie/device.hpp"
 
-#include "io/common/src/Output.hpp"
+#include "io/common/src/Format.hpp"
 #include "tool/json/read.hpp"
 
 #include <array>
@@ -136,7 +136,7 @@ std::string trailingText(const PcieDevice& device, const json& record)
 std::string deviceLine(const PcieDevice& device, const std::string& service,
                        uint8_t eid, const std::string& trailing)
 {
-    return io::out::formatted(
+    return io::formatted(
         "%s %02u, Addr 0x%08X, [%04X %04X %04X %04X], %s, %s, EID(0x%02X)%s",
         device.locationNumber == 0 ? "Onboard" : "   Slot", device.slotNumber,
         device.pcieAddress, device.vendorId, device.deviceId,
@@ -154,7 +154,7 @@ std::string partLine(const json& pcieDevice)
     {
         return "";
     }
-    return io::out::formatted(
+    return io::formatted(
         "            P/N: %s;  SKU: %s;  S/N: %s;  Manufacture: %s",
         part.c_str(), sku.c_str(), serial.c_str(), maker.c_str());
 }
@@ -170,7 +170,7 @@ std::string portLine(const json& port, std::size_t position)
         mac = data->is_object() ? readText(*data, "PermanentAddress") : "";
         extras = portExtras(*data);
     }
-    return io::out::formatted(
+    return io::formatted(
         "            [Port %s]  %s;  State: %8s;  Speed(Gbps): %.1f%s",
         portLabel(port, position).c_str(), mac.c_str(),
         readText(port, "LinkStatus").c_str(),

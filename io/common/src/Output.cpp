@@ -104,21 +104,6 @@ void print(const char* format, ...) noexcept
     va_end(args);
 }
 
-// As above. NOLINTNEXTLINE(cert-dcl50-cpp)
-std::string formatted(const char* format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    va_list again;
-    va_copy(again, args);
-    const int length = std::vsnprintf(nullptr, 0, format, args);
-    va_end(args);
-    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
-    return text;
-}
-
 void write(std::string_view text) noexcept
 {
     note(std::fwrite(text.data(), 1, text.size(), stdout) == text.size());

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <initializer_list>
-#include <string>
 #include <string_view>
 
 /** Standard output: where results and messages for the user go.
@@ -30,9 +29,6 @@ void guardStandardStreams() noexcept;
  *  format begins or ends with are the tool's own; it has none in its middle.
  */
 [[gnu::format(printf, 1, 2)]] void print(const char* format, ...) noexcept;
-
-/** Text as printf makes it, whatever its length. */
-[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
 
 /** Write the tool's own text as it stands, on a terminal too. */
 void write(std::string_view text) noexcept;
