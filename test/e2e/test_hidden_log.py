@@ -1,6 +1,7 @@
 """The hidden log: its entries, its sequence file, its delay."""
 
 import fcntl
+import json
 import os
 import signal
 import subprocess
@@ -293,15 +294,17 @@ def together(bmc, count):
 
 
 def test_sixteen_at_once_have_a_number_each(bmc):
-    """No number twice, none left out, and the other classes' stay."""
-    SEQUENCES.write_text('{"PCI":7,"System":3}')
+    """No number twice, none left out, and what else is there stays. There is
+    much of it, so that each run takes its time from reading to writing."""
+    rest = {"System": 3, "other": list(range(100_000))}
+    SEQUENCES.write_text(json.dumps({"PCI": 7, **rest}))
     bmc.start(eventlog())
     together(bmc, 16)
     together(bmc, 16)
     assert bmc.messages() == []
     numbers = [int(arguments[1][1]) for _, arguments in committed(bmc)]
     assert sorted(numbers) == list(range(8, 40))
-    assert SEQUENCES.read_text() == '{"PCI":39,"System":3}'
+    assert json.loads(SEQUENCES.read_text()) == {"PCI": 39, **rest}
     assert left() == [SEQUENCES.name]
 
 

@@ -125,7 +125,7 @@ def test_a_name_without_a_number(bmc, bus):
                               "Exception: stoul\n", "", 255)
 
 
-@pytest.mark.parametrize("address", ["0x103", "ff03", "fffffff03"])
+@pytest.mark.parametrize("address", ["0x103", "ff03", "ffffff03"])
 def test_only_the_low_byte_of_the_address_counts(bmc, address):
     """As the number of a bus."""
     bmc.start(i2c())
