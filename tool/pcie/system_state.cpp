@@ -44,9 +44,9 @@ void getBootProgress(const DbusConnPtr& bus, std::string& text)
 {
     const char* interface = "com.mervax.fpga";
     uint8_t code = 0;
-    const bool known = io::ServiceUtility::getProperty(
-        bus, "com.mervax.fpga.logmem", "/com/mervax/fpga/logmem", interface,
-        "UefiProgressCode", code, interface);
+    const bool known = io::ServiceUtility::getPropertyOf(
+        interface, bus, "com.mervax.fpga.logmem", "/com/mervax/fpga/logmem",
+        interface, "UefiProgressCode", code);
     text = known ? bootProgressName(code) : "Unknown";
 }
 

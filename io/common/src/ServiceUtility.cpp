@@ -38,10 +38,11 @@ T readVariant(sdbusplus::message_t& reply)
 } // namespace
 
 template <typename T>
-bool ServiceUtility::getProperty(const DbusConnectionPtr& conn,
-                                 const char* service, const char* path,
-                                 const char* interface, const char* property,
-                                 T& value, const char* source)
+bool ServiceUtility::getPropertyOf(const char* source,
+                                   const DbusConnectionPtr& conn,
+                                   const char* service, const char* path,
+                                   const char* interface, const char* property,
+                                   T& value)
 {
     try
     {
@@ -65,14 +66,13 @@ bool ServiceUtility::getProperty(const DbusConnectionPtr& conn,
     }
 }
 
-template bool ServiceUtility::getProperty<std::string>(const DbusConnectionPtr&,
-                                                       const char*, const char*,
-                                                       const char*, const char*,
-                                                       std::string&,
-                                                       const char*);
-template bool ServiceUtility::getProperty<uint8_t>(const DbusConnectionPtr&,
-                                                   const char*, const char*,
-                                                   const char*, const char*,
-                                                   uint8_t&, const char*);
+template bool ServiceUtility::getPropertyOf<std::string>(
+    const char*, const DbusConnectionPtr&, const char*, const char*,
+    const char*, const char*, std::string&);
+template bool ServiceUtility::getPropertyOf<uint8_t>(const char*,
+                                                     const DbusConnectionPtr&,
+                                                     const char*, const char*,
+                                                     const char*, const char*,
+                                                     uint8_t&);
 
 } // namespace io

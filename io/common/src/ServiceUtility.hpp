@@ -28,24 +28,24 @@ class ServiceUtility
                             const char* property, T& value, uint32_t unused = 0)
     {
         static_cast<void>(unused);
-        return getProperty(conn, service, path, interface, property, value,
-                           service);
+        return getPropertyOf(service, conn, service, path, interface, property,
+                             value);
     }
 
     /** The same, with the name that the journal shall show as the source. */
     template <typename T>
-    static bool getProperty(const DbusConnectionPtr& conn, const char* service,
-                            const char* path, const char* interface,
-                            const char* property, T& value, const char* source);
+    static bool getPropertyOf(const char* source, const DbusConnectionPtr& conn,
+                              const char* service, const char* path,
+                              const char* interface, const char* property,
+                              T& value);
 };
 
+extern template bool ServiceUtility::getPropertyOf<std::string>(
+    const char*, const DbusConnectionPtr&, const char*, const char*,
+    const char*, const char*, std::string&);
 extern template bool
-ServiceUtility::getProperty<std::string>(const DbusConnectionPtr&, const char*,
-                                         const char*, const char*, const char*,
-                                         std::string&, const char*);
-extern template bool
-ServiceUtility::getProperty<uint8_t>(const DbusConnectionPtr&, const char*,
-                                     const char*, const char*, const char*,
-                                     uint8_t&, const char*);
+ServiceUtility::getPropertyOf<uint8_t>(const char*, const DbusConnectionPtr&,
+                                       const char*, const char*, const char*,
+                                       const char*, uint8_t&);
 
 } // namespace io
