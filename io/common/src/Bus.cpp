@@ -8,8 +8,10 @@
 #include <sdbusplus/asio/connection.hpp>
 #include <sdbusplus/exception.hpp>
 
+#include <algorithm>
 #include <cerrno>
-#include <string_view>
+#include <chrono>
+#include <vector>
 
 namespace io::bus
 {
@@ -17,76 +19,122 @@ namespace io::bus
 namespace
 {
 
-/** Can sd_bus_call() itself fail with this, without a reply? */
-bool isLocalErrno(int error)
+using std::chrono::steady_clock;
+
+/** What the text of a call without a reply begins with. */
+constexpr const char* failedCall = "sd_bus_call";
+
+/** Throw for a negative result of sd-bus. */
+void check(int result, const char* step)
 {
-    switch (error)
+    if (result < 0)
     {
-        case ETIMEDOUT:  // no reply within the time-out
-        case ECONNRESET: // the bus went away during the call
-        case ENOTCONN:   // the bus had gone before it
-        case EPIPE:
-        case ESTALE:
-        case EINTR:
-        case ENOMEM:
-        case ENOBUFS:
-        case EIO:
-        case EPROTO:
-        case EBADMSG: // a reply that cannot be parsed
-        case ECHILD:
-        case ELOOP:
-            return true;
-        default:
-            return false;
+        throw sdbusplus::exception::SdBusError(-result, step);
     }
 }
 
-std::string_view viewOf(const char* text)
+struct Unref
 {
-    return text != nullptr ? text : "";
+    void operator()(sd_bus_message* message) const
+    {
+        sd_bus_message_unref(message);
+    }
+
+    void operator()(sd_bus_slot* slot) const
+    {
+        sd_bus_slot_unref(slot);
+    }
+};
+
+using MessagePtr = std::unique_ptr<sd_bus_message, Unref>;
+using SlotPtr = std::unique_ptr<sd_bus_slot, Unref>;
+
+/** A call on its way: what its reply is known by, and what came meanwhile. */
+struct PendingCall
+{
+    uint64_t cookie{0};
+    MessagePtr reply;
+    std::vector<MessagePtr> signals;
+};
+
+bool isReplyTo(const PendingCall& call, sd_bus_message* message, uint8_t type)
+{
+    uint64_t cookie = 0;
+    return (type == SD_BUS_MESSAGE_METHOD_RETURN ||
+            type == SD_BUS_MESSAGE_METHOD_ERROR) &&
+           sd_bus_message_get_reply_cookie(message, &cookie) >= 0 &&
+           cookie == call.cookie;
 }
 
-/** Does the exception tell of a call that got no reply?
+/** Sees each message that comes during a call.
  *
- *  sd-bus gives such a failure the name and text that it derives from the
- *  errno alone; an error reply carries what its sender wrote.
+ *  @return whether sd-bus is done with it
  */
-bool gotNoReply(const sdbusplus::exception::SdBusError& failure)
+int takeMessage(sd_bus_message* message, void* data,
+                sd_bus_error* /*error*/) noexcept
 {
-    const int error = failure.get_errno();
-    if (!isLocalErrno(error))
+    auto& call = *static_cast<PendingCall*>(data);
+    uint8_t type = 0;
+    sd_bus_message_get_type(message, &type);
+    if (isReplyTo(call, message, type))
     {
-        return false;
+        call.reply.reset(sd_bus_message_ref(message));
+        return 1;
     }
-    sd_bus_error derived{};
-    sd_bus_error_set_errno(&derived, -error);
-    const bool same = viewOf(derived.name) == viewOf(failure.name()) &&
-                      viewOf(derived.message) == viewOf(failure.description());
-    sd_bus_error_free(&derived);
-    return same;
+    if (type != SD_BUS_MESSAGE_SIGNAL)
+    {
+        return 0;
+    }
+    if (sd_bus_message_get_destination(message) == nullptr)
+    {
+        call.signals.emplace_back(sd_bus_message_ref(message));
+    }
+    return 1;
 }
 
-/** An error reply to `method` with the failure's name and text. */
-sdbusplus::message_t
-makeErrorReply(sdbusplus::message_t& method,
-               const sdbusplus::exception::SdBusError& failure)
+/** Microseconds until the bus library gives a call up; UINT64_MAX is never. */
+uint64_t timeLeft(steady_clock::time_point start, uint64_t limit)
 {
-    const sd_bus_error error{failure.name(), failure.description(), 0};
-    sd_bus_message* reply = nullptr;
-    int rc = sd_bus_message_new_method_error(method.get(), &reply, &error);
-    if (rc < 0)
+    const std::chrono::microseconds passed =
+        std::chrono::duration_cast<std::chrono::microseconds>(
+            steady_clock::now() - start);
+    const auto used = static_cast<uint64_t>(passed.count());
+    return limit == UINT64_MAX ? limit : limit - std::min(limit, used);
+}
+
+/** Process messages until the call has its reply.
+ *
+ *  @return negative errno when none came
+ */
+int awaitReply(sd_bus* bus, const PendingCall& call)
+{
+    const steady_clock::time_point start = steady_clock::now();
+    uint64_t limit = 0;
+    int rc = sd_bus_get_method_call_timeout(bus, &limit);
+    while (rc >= 0 && !call.reply)
     {
-        throw sdbusplus::exception::SdBusError(
-            -rc, "sd_bus_message_new_method_error");
+        const uint64_t left = timeLeft(start, limit);
+        rc = sd_bus_process(bus, nullptr);
+        if (rc == 0)
+        {
+            rc = sd_bus_wait(bus, left);
+        }
+        if (rc >= 0 && left == 0 && !call.reply)
+        {
+            rc = -ETIMEDOUT;
+        }
     }
-    // Sealed, it can be read like a reply that came over the bus.
-    rc = sd_bus_message_seal(reply, 1, 0);
-    if (rc < 0)
+    return rc;
+}
+
+/** An error reply says what is wrong, and nothing else. */
+void skipValues(sd_bus_message* reply)
+{
+    if (sd_bus_message_is_method_error(reply, nullptr) > 0)
     {
-        sd_bus_message_unref(reply);
-        throw sdbusplus::exception::SdBusError(-rc, "sd_bus_message_seal");
+        sd_bus_message_rewind(reply, 1);
+        sd_bus_message_skip(reply, sd_bus_message_get_signature(reply, 1));
     }
-    return sdbusplus::message_t(reply, std::false_type());
 }
 
 } // namespace
@@ -120,21 +168,24 @@ sdbusplus::message_t newCall(const DbusConnPtr& conn,
                                  method);
 }
 
-sdbusplus::message_t call(const DbusConnPtr& conn, sdbusplus::message_t& method)
+sdbusplus::message_t call(const DbusConnPtr& /*conn*/,
+                          sdbusplus::message_t& method)
 {
     out::flush();
-    try
+    sd_bus* bus = sd_bus_message_get_bus(method.get());
+    PendingCall pending;
+    sd_bus_slot* slot = nullptr;
+    check(sd_bus_add_filter(bus, &slot, takeMessage, &pending), failedCall);
+    const SlotPtr filter(slot);
+    check(sd_bus_send(bus, method.get(), &pending.cookie), failedCall);
+    const int result = awaitReply(bus, pending);
+    for (const MessagePtr& signal : pending.signals)
     {
-        return conn->call(method, 0);
+        sd_bus_enqueue_for_read(bus, signal.get());
     }
-    catch (const sdbusplus::exception::SdBusError& failure)
-    {
-        if (gotNoReply(failure))
-        {
-            throw;
-        }
-        return makeErrorReply(method, failure);
-    }
+    check(result, failedCall);
+    skipValues(pending.reply.get());
+    return sdbusplus::message_t(pending.reply.release(), std::false_type());
 }
 
 std::string readText(sdbusplus::message_t& reply)

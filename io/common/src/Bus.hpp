@@ -35,10 +35,19 @@ DbusConnPtr connect();
 
 /** Send a method call and wait for its reply, with sd-bus's default time-out.
  *
- *  sdbusplus throws for an error reply as well as for a call that got no
- *  reply. Operations tell the two apart, so an error reply comes back as a
- *  message: `is_method_error()` holds, and its name and text can be read. What
- *  got no reply (timed out, disconnected) stays an exception.
+ *  An error reply comes back as a message: `is_method_error()` holds, its name
+ *  and text can be read, and it holds no values. What got no reply (timed out,
+ *  disconnected) is an exception. Which of the two it is can only be told by
+ *  whether a reply came in: sd_bus_call() hands out an error reply and a
+ *  failure of its own in the same form, and a service may use the names and
+ *  texts of the latter. So the call is sent, and each message that comes is
+ *  looked at here.
+ *
+ *  Meanwhile a signal that is addressed to this connection is dropped: it was
+ *  not asked for, and anybody may send it. sd_bus_call() would keep it, and
+ *  would look at the time only when nothing comes. Broadcast signals arrive
+ *  because the run has a match for them; they are kept for the time after the
+ *  call. Not to be called by the handler of a signal.
  *
  *  @throw sdbusplus::exception::SdBusError when no reply came
  */
