@@ -220,6 +220,48 @@ TEST(BusCall, SignalsDuringACallTakeTheMemoryOfAFew)
     EXPECT_LT(peakMemory() - before, std::size_t{320} << 20);
 }
 
+/** Answers with the signature of the call. */
+void replySignature(sd_bus_message* call)
+{
+    sd_bus_reply_method_return(call, "s",
+                               sd_bus_message_get_signature(call, 1));
+}
+
+TEST(BusCall, ArgumentsGoOutAsTheTypesThatTheyAre)
+{
+    const Service service(sharedBus(), replySignature);
+    auto reply = callTest(
+        sharedBus().connect(), service.name(), "text", std::string("text"),
+        uint8_t{1}, uint16_t{2}, int32_t{3}, uint32_t{4}, uint64_t{5},
+        std::vector<uint8_t>{6}, std::vector<std::string>{"seven"},
+        std::vector<std::pair<std::string, std::string>>{{"eight", "8"}});
+    EXPECT_EQ(io::bus::readText(reply), "ssyqiutayasa{ss}");
+}
+
+using Texts = std::vector<std::string>;
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+constexpr const char* refused =
+    "An argument cannot be sent: sd_bus_message_append: "
+    "org.freedesktop.DBus.Error.InvalidArgs: Invalid argument";
+
+TEST(BusCall, ATextThatCannotTravelEndsTheCallBeforeItIsSent)
+{
+    // The daemon would answer for the service that is not there.
+    const DbusConnPtr conn = sharedBus().connect();
+    const std::string wrong = "com.mervax.\xff";
+    EXPECT_EQ(failureOf(conn, nobody, wrong.c_str()), refused);
+    EXPECT_EQ(failureOf(conn, nobody, wrong), refused);
+    EXPECT_EQ(failureOf(conn, nobody, "right", wrong, "right"), refused);
+    EXPECT_EQ(failureOf(conn, nobody, std::string("a\0b", 3)), refused);
+    EXPECT_EQ(failureOf(conn, nobody, Texts{wrong}), refused);
+    EXPECT_EQ(failureOf(conn, nobody, Texts{"right", wrong}), refused);
+    EXPECT_EQ(failureOf(conn, nobody, Entries{{wrong, "right"}}), refused);
+    EXPECT_EQ(failureOf(conn, nobody, Entries{{"right", wrong}}), refused);
+    EXPECT_EQ(failureOf(conn, nobody, Entries{{"right", "right"}, {"", wrong}}),
+              refused);
+}
+
 TEST(BusCall, NamesThatAreNoneEndTheCallBeforeItIsSent)
 {
     const DbusConnPtr conn = sharedBus().connect();

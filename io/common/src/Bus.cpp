@@ -137,6 +137,18 @@ void skipValues(sd_bus_message* reply)
     }
 }
 
+/** What a call that cannot be built says. */
+void checkAppended(int result)
+{
+    check(result, "An argument cannot be sent: sd_bus_message_append");
+}
+
+template <typename T>
+void appendNumber(sd_bus_message* call, char type, T number)
+{
+    checkAppended(sd_bus_message_append_basic(call, type, &number));
+}
+
 } // namespace
 
 boost::asio::io_context& ioContext()
@@ -166,6 +178,77 @@ sdbusplus::message_t newCall(const DbusConnPtr& conn,
 {
     return conn->new_method_call(service.c_str(), path.c_str(), interface,
                                  method);
+}
+
+void append(sd_bus_message* call, const char* text)
+{
+    checkAppended(sd_bus_message_append_basic(call, SD_BUS_TYPE_STRING, text));
+}
+
+void append(sd_bus_message* call, const std::string& text)
+{
+    if (text.find('\0') != std::string::npos)
+    {
+        checkAppended(-EINVAL);
+    }
+    append(call, text.c_str());
+}
+
+void append(sd_bus_message* call, uint8_t number)
+{
+    appendNumber(call, SD_BUS_TYPE_BYTE, number);
+}
+
+void append(sd_bus_message* call, uint16_t number)
+{
+    appendNumber(call, SD_BUS_TYPE_UINT16, number);
+}
+
+void append(sd_bus_message* call, int32_t number)
+{
+    appendNumber(call, SD_BUS_TYPE_INT32, number);
+}
+
+void append(sd_bus_message* call, uint32_t number)
+{
+    appendNumber(call, SD_BUS_TYPE_UINT32, number);
+}
+
+void append(sd_bus_message* call, uint64_t number)
+{
+    appendNumber(call, SD_BUS_TYPE_UINT64, number);
+}
+
+void append(sd_bus_message* call, const std::vector<uint8_t>& bytes)
+{
+    checkAppended(sd_bus_message_append_array(call, SD_BUS_TYPE_BYTE,
+                                              bytes.data(), bytes.size()));
+}
+
+void append(sd_bus_message* call, const std::vector<std::string>& texts)
+{
+    checkAppended(sd_bus_message_open_container(call, SD_BUS_TYPE_ARRAY, "s"));
+    for (const std::string& text : texts)
+    {
+        append(call, text);
+    }
+    checkAppended(sd_bus_message_close_container(call));
+}
+
+void append(sd_bus_message* call,
+            const std::vector<std::pair<std::string, std::string>>& entries)
+{
+    checkAppended(
+        sd_bus_message_open_container(call, SD_BUS_TYPE_ARRAY, "{ss}"));
+    for (const auto& [key, value] : entries)
+    {
+        checkAppended(
+            sd_bus_message_open_container(call, SD_BUS_TYPE_DICT_ENTRY, "ss"));
+        append(call, key);
+        append(call, value);
+        checkAppended(sd_bus_message_close_container(call));
+    }
+    checkAppended(sd_bus_message_close_container(call));
 }
 
 sdbusplus::message_t call(const DbusConnPtr& /*conn*/,

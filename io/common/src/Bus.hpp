@@ -2,8 +2,11 @@
 
 #include <sdbusplus/message.hpp>
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 // Few files wait for the bus; to the others Asio's headers would only bring
 // initialisers that run at each start.
@@ -63,10 +66,33 @@ sdbusplus::message_t newCall(const DbusConnPtr& conn,
                              const std::string& path, const char* interface,
                              const char* method);
 
+/** Write one argument to the end of a call.
+ *
+ *  sdbusplus's append() does not tell when sd-bus refuses a value, and the call
+ *  would go out without it.
+ *
+ *  @throw sdbusplus::exception::SdBusError when the value is refused, as a text
+ *         is that is not UTF-8 or holds a NUL
+ */
+void append(sd_bus_message* call, const char* text);
+void append(sd_bus_message* call, const std::string& text);
+void append(sd_bus_message* call, uint8_t number);
+void append(sd_bus_message* call, uint16_t number);
+void append(sd_bus_message* call, int32_t number);
+void append(sd_bus_message* call, uint32_t number);
+void append(sd_bus_message* call, uint64_t number);
+void append(sd_bus_message* call, const std::vector<uint8_t>& bytes);
+void append(sd_bus_message* call, const std::vector<std::string>& texts);
+/** A dictionary of texts, in the order given. */
+void append(sd_bus_message* call,
+            const std::vector<std::pair<std::string, std::string>>& entries);
+void append(sd_bus_message* call, bool flag) = delete; // would go as a number
+
 /** Build a method call out of its names and arguments, and call() it.
  *
  *  @throw sdbusplus::exception::SdBusError when it could not be built (a
- *         service word with characters that no bus name has) or got no reply
+ *         service word with characters that no bus name has, an argument that
+ *         append() refuses), before anything is sent, or got no reply
  */
 template <typename... Args>
 sdbusplus::message_t callMethod(const DbusConnPtr& conn,
@@ -76,10 +102,7 @@ sdbusplus::message_t callMethod(const DbusConnPtr& conn,
 {
     sdbusplus::message_t message =
         newCall(conn, service, path, interface, method);
-    if constexpr (sizeof...(args) > 0)
-    {
-        message.append(args...);
-    }
+    (append(message.get(), args), ...);
     return call(conn, message);
 }
 
