@@ -6,8 +6,10 @@
 #include "io/common/src/ObjectMapper.hpp"
 
 #include <phosphor-logging/lg2.hpp>
+#include <sdbusplus/exception.hpp>
 
 #include <exception>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <variant>
@@ -84,18 +86,38 @@ std::vector<std::string> listServices(const DbusConnPtr& conn)
     return services;
 }
 
-/** The bus that a daemon serves, none when it does not tell. */
+/** A daemon's answer to the question for its bus, none when it refuses to
+ *  tell or gives no answer: the next daemon may still be the one. */
+std::optional<sdbusplus::message_t> askForBus(const DbusConnPtr& conn,
+                                              const std::string& service)
+{
+    try
+    {
+        sdbusplus::message_t reply = getProperty(
+            conn, service, mctp::objectPath, smbusInterface, "BusPath");
+        if (!reply.is_method_error())
+        {
+            return reply;
+        }
+    }
+    catch (const sdbusplus::exception::SdBusError&)
+    {
+        // Told below, like a refusal.
+    }
+    lg2::error("[ERR] Failed to get BusPath from {SRV}", "SRV", service);
+    return std::nullopt;
+}
+
+/** The bus that a daemon serves, none when it does not tell.
+ *
+ *  @throw std::exception when it tells something else than a text
+ */
 std::optional<uint8_t> busOfService(const DbusConnPtr& conn,
                                     const std::string& service)
 {
-    sdbusplus::message_t reply =
-        getProperty(conn, service, mctp::objectPath, smbusInterface, "BusPath");
-    if (reply.is_method_error())
-    {
-        lg2::error("[ERR] Failed to get BusPath from {SRV}", "SRV", service);
-        return std::nullopt;
-    }
-    return MctpI2CBus::busOfPath(readVariant<std::string>(reply));
+    std::optional<sdbusplus::message_t> reply = askForBus(conn, service);
+    return reply ? MctpI2CBus::busOfPath(readVariant<std::string>(*reply))
+                 : std::nullopt;
 }
 
 } // namespace
