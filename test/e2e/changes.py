@@ -19,6 +19,8 @@ NO_VALUE = ("sd_bus_message_read_basic fundamental: System.Error.ENXIO: "
             "No such device or address\n")
 NO_REPLY = ("sd_bus_call: org.freedesktop.DBus.Error.Timeout: "
             "Connection timed out\n")
+NOT_SENT = ("An argument cannot be sent: sd_bus_message_append: "
+            "org.freedesktop.DBus.Error.InvalidArgs: Invalid argument\n")
 GONE = ("sd_bus_process discard: org.freedesktop.DBus.Error.Disconnected: "
         "Connection reset by peer\n")
 

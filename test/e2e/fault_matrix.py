@@ -40,8 +40,10 @@ TEXTS = {
     "huge reply": ([HUGE], None),
 }
 # Faults of a call by the way in which they meet the tool.
-REPLIES = ("no service", "no answer", "error reply", "service dies",
-           "wrong type", *TEXTS)
+REPLIES = ("no service", "no answer", "error reply", "misleading error",
+           "service dies", "wrong type", *TEXTS)
+# An error reply that is worded like the bus library's own time-out.
+MISLEADING = ("org.freedesktop.DBus.Error.Timeout", "Connection timed out")
 INTERRUPTS = ("bus dies", "SIGTERM")
 OUTPUTS = {
     "output closed": (">&-", "Bad file descriptor"),
@@ -122,7 +124,8 @@ class Step:
         """What a fault leads to."""
         if fault in self.special:
             return self.special[fault]
-        if fault in ("no service", "error reply", "service dies"):
+        if fault in ("no service", "error reply", "misleading error",
+                     "service dies"):
             return self.refused
         if fault == "no answer":
             return self.raised(LATE)
@@ -149,6 +152,8 @@ class Step:
             return {"silent": True}
         if fault == "error reply":
             return s.error()
+        if fault == "misleading error":
+            return s.error(*MISLEADING)
         if fault == "service dies":
             return {"die": True}
         if fault == "wrong type":

@@ -8,8 +8,8 @@ import pytest
 import scenarios as s
 from changes import (ADDRESS, DEVICE, DRIVE, NAME, OPERATIONS as CHANGES, PATH,
                      change_call, done, update_signal)
-from fault_matrix import (HUGE_ITEMS, INTERRUPTS, TEXTS, WRONG, Operation,
-                          Step, fine, said)
+from fault_matrix import (HUGE_ITEMS, INTERRUPTS, MISLEADING, TEXTS, WRONG,
+                          Operation, Step, fine, said)
 from fault_runs import Matrix
 
 MISC = "com.mervax.Operation.Storage.Misc"
@@ -163,6 +163,8 @@ UPDATE_LIST = Operation(
           said("Failed to get device list. It did not work.\n"), list_raised,
           special={
               "no service": said("Failed to get device list. " + NO_SERVICE),
+              "misleading error": said("Failed to get device list. " +
+                                       MISLEADING[1] + "\n"),
               "service dies": said("Failed to get device list. " + NO_REPLY),
               "JSON null": list_raised(
                   "[json.exception.type_error.306] cannot use value() with "
@@ -222,6 +224,8 @@ UPDATE = Operation(
     (Step(NAME, "UpdateDevices", "boolean",
           said("Dbus method failed. It did not work.\n"), update_raised,
           special={"no service": said("Dbus method failed. " + NO_SERVICE),
+                   "misleading error": said("Dbus method failed. " +
+                                            MISLEADING[1] + "\n"),
                    "service dies": said("Dbus method failed. " + NO_REPLY)}),
      Step(NAME, "UpdateDevices", "text", said(""),
           lambda why: said(f"Exception: {why}\n"), special=PROGRESS,

@@ -75,6 +75,7 @@ ENABLE = Operation(
           still_launches, label="Get BusPath", special={
               **text_faults(fine("", UNSERVED)),
               "no service": launches(NO_LIST, UNSERVED),
+              "no answer": launches(NO_PATH + DAEMON_5, UNSERVED),
               "bus dies": quiet(NOT_LAUNCHED + CUT_OFF)}),
      Step(i.LAUNCHER, "LaunchMctpdOverI2C", "nothing",
           quiet("[ERR] Failed to enable mctp on bus 3"),
@@ -89,7 +90,9 @@ DISCOVER = Operation(
     (Step(s.MAPPER, "GetObject", "list", quiet(NO_LIST), not_asked),
      Step(DAEMON_3, "Get", "variant", quiet(NO_PATH + DAEMON_3), not_asked,
           label="Get BusPath", special={
-              **text_faults(quiet(NOT_FOUND)), "no service": quiet(NO_LIST)}),
+              **text_faults(quiet(NOT_FOUND)), "no service": quiet(NO_LIST),
+              "no answer": quiet(NO_PATH + DAEMON_3),
+              "bus dies": quiet(NO_PATH + DAEMON_3)}),
      Step(DAEMON_3, "TriggerDeviceDiscovery", "nothing",
           quiet(NOT_TRIGGERED), lambda why: quiet(
               f"[ERR] trigger mctp discovery exception. {why}"),

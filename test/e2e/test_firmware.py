@@ -6,7 +6,7 @@ import signal
 import pytest
 
 import scenarios as s
-from changes import GONE, NO_REPLY, NO_VALUE
+from changes import GONE, NO_REPLY, NO_VALUE, NOT_SENT
 from expect import ended
 from harness import Call, OwnBus
 
@@ -432,3 +432,15 @@ def test_the_simulated_service_refuses(bmc):
                   ["-f", "/dev/null", "-p", "PN=P3"]):
         ended(bmc.run(*UPDATE, *words),
               out="Failed to initiate device update\n", status=255)
+
+
+@pytest.mark.parametrize("words", [
+    ["-f", b"/tmp/\xff_fw", "-p", "PN=P1"],
+    ["-f", "/tmp/fw", "-p", b"PN=\xff"],
+], ids=["file", "part number"])
+def test_an_update_with_what_is_no_text(bmc, words):
+    """The part number must not take the file's place."""
+    bmc.start(accepted(LAST))
+    ended(bmc.run(*UPDATE, *words), status=255,
+          out=f"Update Device: {NOT_SENT}")
+    assert bmc.calls() == []

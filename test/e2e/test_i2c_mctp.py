@@ -385,10 +385,37 @@ def test_a_bus_path_that_cannot_be_read(bmc):
     assert bmc.messages() == [(3, "[ERR] Failed to get BusPath from a.a")]
 
 
-def test_a_silent_daemon_ends_the_search(bmc):
-    """No answer is an exception."""
-    bmc.start(setting(drives_on_buses(), bus_path("a.a", {"silent": True}),
+@pytest.mark.parametrize("fault", [{"silent": True}, {"die": True}],
+                         ids=["silent", "dies"])
+def test_a_daemon_that_gives_no_answer_does_not_end_the_search(bmc, fault):
+    """The next one serves the bus, so that none is launched."""
+    bmc.start(setting(drives_on_buses(), bus_path("a.a", fault),
                       daemon(3, "b.b")))
+    assert enable(bmc, 3, env=SOON) == ("", "", 0)
+    assert bmc.calls() == [DRIVES, SERVICES, asked("a.a"), asked("b.b")]
+    assert bmc.messages() == [(3, "[ERR] Failed to get BusPath from a.a")]
+
+
+def test_discover_with_a_daemon_that_gives_no_answer(bmc):
+    """The one that serves the bus is found behind it."""
+    bmc.start(setting(bus_path("a.a", {"silent": True}), daemon(3, "b.b")))
+    assert discover(bmc, 3, env=SOON) == ("", "", 0)
+    assert bmc.calls() == [SERVICES, asked("a.a"), asked("b.b"),
+                           triggered("b.b")]
+
+
+def test_a_daemon_alone_that_gives_no_answer(bmc):
+    """As one that refuses to tell: nobody is known to serve the bus."""
+    bmc.start(setting(drives_on_buses(), bus_path("a.a", {"silent": True})))
+    assert enable(bmc, 3, env=SOON) == ("", "", 0)
+    assert bmc.calls()[-1] == launched(3, 48, 16)
+    assert bmc.messages() == [(3, "[ERR] Failed to get BusPath from a.a")]
+
+
+def test_a_mapper_that_gives_no_answer_ends_the_search(bmc):
+    """There is no next one to ask."""
+    bmc.start(setting(drives_on_buses(), daemon(3),
+                      s.fault("GetObject", {"silent": True})))
     assert enable(bmc, 3, env=SOON) == ("", "", 0)
     assert bmc.messages() == [
         (3, "[ERR] checking mctp services. sd_bus_call: org.freedesktop.DBus."
@@ -506,9 +533,9 @@ def test_discover_with_a_name_without_a_number(bmc):
 
 
 def test_discover_with_a_mapper_that_names_no_service(bmc):
-    """A name that no bus takes is an exception of the search."""
-    bmc.start(setting(found("not a name")))
-    assert discover(bmc, 3) == ("", "", 255)
-    first, second = bmc.messages()
-    assert first[1].startswith("[ERR] checking mctp services. ")
-    assert second[1].endswith("service not found on root bus 3")
+    """A name that no bus takes cannot be asked; the next one is."""
+    bmc.start(setting(found("not a name", "b.b"), daemon(3, "b.b")))
+    assert discover(bmc, 3) == ("", "", 0)
+    assert bmc.calls() == [SERVICES, asked("b.b"), triggered("b.b")]
+    assert bmc.messages()[0] == (
+        3, "[ERR] Failed to get BusPath from not a name")

@@ -3,6 +3,7 @@
 import pytest
 
 import scenarios as s
+from changes import NOT_SENT
 from harness import Call
 from io_cases import SOON
 
@@ -227,3 +228,13 @@ def test_many_objects(bmc):
     lines = show(bmc).out.splitlines()
     assert [line for line in lines if line.startswith("/")] == [
         f"/o{index:04} (object, 1)" for index in range(count)]
+
+
+@pytest.mark.parametrize("interface", [b"com.mervax.\xff", b"\xc3",
+                                       b"\xed\xa0\x80"])
+def test_an_interface_that_is_no_text(bmc, interface):
+    """Nobody is asked for all objects instead."""
+    bmc.start(SERVER)
+    assert show(bmc, "-f", interface) == (
+        f"showObjects exception: {NOT_SENT}", "", 255)
+    assert bmc.calls() == []

@@ -167,3 +167,11 @@ def test_the_simulated_service_writes_the_log(bmc):
         assert file.read() == "a\nb\n"
     ended(bmc.run(*TTYLOG), out=told("rsa", 2))
     ended(bmc.run(*TTYLOG, "-a", "3"), out=told("rsa", 0), status=255)
+
+
+def test_a_word_that_is_no_text_is_only_compared(bmc):
+    """It is not sent to anybody, and no name has it."""
+    bmc.start(s.merge(s.mapper(), keeper("rsa", captured(1))))
+    ended(bmc.run(*TTYLOG, "-s", b"\xff"), status=255,
+          out="No service supports tty log\n")
+    assert bmc.calls() == [LOOKUP]

@@ -8,70 +8,8 @@
 #include <sdbusplus/asio/connection.hpp>
 #include <sdbusplus/exception.hpp>
 
-#include <cerrno>
-#include <string_view>
-
 namespace io::bus
 {
-
-namespace
-{
-
-/** Can sd_bus_call() itself fail with this, without a reply? */
-bool isLocalErrno(int error)
-{
-    switch (error)
-    {
-        case ETIMEDOUT:  // no reply within the time-out
-        case ECONNRESET: // the bus went away during the call
-        case ENOTCONN:   // the bus had gone before it
-        case EPIPE:
-        case ESTALE:
-        case EINTR:
-        case ENOMEM:
-        case ENOBUFS:
-        case EIO:
-        case EPROTO:
-        case EBADMSG: // a reply that cannot be parsed
-        case ECHILD:
-        case ELOOP:
-            return true;
-        default:
-            return false;
-    }
-}
-
-std::string_view viewOf(const char* text)
-{
-    return text != nullptr ? text : "";
-}
-
-/** Does the exception tell of a call that got no reply?
- *
- *  sd-bus gives such a failure the name and text that it derives from the
- *  errno alone; an error reply carries what its sender wrote.
- */
-bool gotNoReply(const sdbusplus::exception::SdBusError& failure)
-{
-    const int error = failure.get_errno();
-    if (!isLocalErrno(error))
-    {
-        return false;
-    }
-    sd_bus_error derived{};
-    sd_bus_error_set_errno(&derived, -error);
-    const bool same = viewOf(derived.name) == viewOf(failure.name()) &&
-                      viewOf(derived.message) == viewOf(failure.description());
-    sd_bus_error_free(&derived);
-    return same;
-}
-
-std::string textOf(const char* text)
-{
-    return text != nullptr ? text : "";
-}
-
-} // namespace
 
 boost::asio::io_context& ioContext()
 {
@@ -132,23 +70,10 @@ sdbusplus::message_t newCall(const DbusConnPtr& conn, const Target& target,
                                  method);
 }
 
-Answer<sdbusplus::message_t> send(const DbusConnPtr& conn,
-                                  sdbusplus::message_t& method)
+Answer<sdbusplus::message_t> getProperty(const DbusConnPtr& conn,
+                                         const Target& target, const char* name)
 {
-    beforeWaiting();
-    try
-    {
-        return conn->call(method, 0);
-    }
-    catch (const sdbusplus::exception::SdBusError& failure)
-    {
-        if (gotNoReply(failure))
-        {
-            throw;
-        }
-        return std::unexpected(
-            ErrorReply{textOf(failure.name()), textOf(failure.description())});
-    }
+    return call(conn, target.properties(), "Get", target.interface, name);
 }
 
 } // namespace io::bus

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "io/common/src/BusAppend.hpp"
+
 #include <sdbusplus/message.hpp>
 
 #include <cstdint>
@@ -94,29 +96,35 @@ sdbusplus::message_t newCall(const DbusConnPtr& conn, const Target& target,
 
 /** Send a method call and wait for its reply, with sd-bus's default time-out.
  *
- *  sdbusplus throws for an error reply as well as for a call that got no
- *  reply; operations tell the two apart.
+ *  What got no reply (timed out, disconnected) is an exception. Whether there
+ *  was one can only be told by what came in: sd_bus_call() hands out an error
+ *  reply and a failure of its own in the same form, and a service may use the
+ *  names and texts of the latter. So the call is sent, and each message that
+ *  comes is looked at here.
+ *
+ *  Meanwhile a signal that is addressed to this connection is dropped: it was
+ *  not asked for, and anybody may send it. sd_bus_call() would keep it, and
+ *  would look at the time only when nothing comes. Broadcast signals arrive
+ *  because the run has a match for them; they are kept for the time after the
+ *  call. Not to be called by the handler of a signal.
  *
  *  @throw sdbusplus::exception::SdBusError when no reply came
  */
-Answer<sdbusplus::message_t> send(const DbusConnPtr& conn,
-                                  sdbusplus::message_t& method);
+Answer<sdbusplus::message_t> send(sdbusplus::message_t& method);
 
 /** Build a method call out of its names and arguments, and send() it.
  *
  *  @throw sdbusplus::exception::SdBusError when it could not be built (a
- *         service word with characters that no bus name has) or got no reply
+ *         service word with characters that no bus name has, an argument that
+ *         append() refuses), before anything is sent, or got no reply
  */
 template <typename... Args>
 Answer<sdbusplus::message_t> call(const DbusConnPtr& conn, const Target& target,
                                   const char* method, const Args&... args)
 {
     sdbusplus::message_t message = newCall(conn, target, method);
-    if constexpr (sizeof...(args) > 0)
-    {
-        message.append(args...);
-    }
-    return send(conn, message);
+    (append(message.get(), args), ...);
+    return send(message);
 }
 
 /** call() a method and read the one value that its reply carries.
@@ -148,25 +156,37 @@ using PropertyValue =
     std::conditional_t<std::is_same_v<T, uint8_t>, std::variant<T>,
                        std::variant<std::monostate, T>>;
 
-/** Read one property by org.freedesktop.DBus.Properties.Get.
+/** call() org.freedesktop.DBus.Properties.Get. */
+Answer<sdbusplus::message_t>
+getProperty(const DbusConnPtr& conn, const Target& target, const char* name);
+
+/** The value in the reply of getProperty().
  *
- *  A value of another type than the one asked for is an exception, but for a
- *  byte: that is 0 then.
+ *  One of another type than the one asked for is an exception, but for a byte:
+ *  that is 0 then.
  *
  *  @throw std::bad_variant_access for a value of another type
- *  @throw sdbusplus::exception::SdBusError as ask()
+ *  @throw sdbusplus::exception::SdBusError for a reply that has no value
  */
+template <typename T>
+T propertyValue(sdbusplus::message_t& reply)
+{
+    PropertyValue<T> held;
+    reply.read(held);
+    return std::get<T>(std::move(held));
+}
+
+/** Read one property: getProperty(), then propertyValue(). */
 template <typename T>
 Answer<T> property(const DbusConnPtr& conn, const Target& target,
                    const char* name)
 {
-    auto held = ask<PropertyValue<T>>(conn, target.properties(), "Get",
-                                      target.interface, name);
-    if (!held)
+    auto reply = getProperty(conn, target, name);
+    if (!reply)
     {
-        return std::unexpected(std::move(held.error()));
+        return std::unexpected(std::move(reply.error()));
     }
-    return std::get<T>(std::move(*held));
+    return propertyValue<T>(*reply);
 }
 
 /** The match rule for a signal, whoever sends it; with its last comma, as the

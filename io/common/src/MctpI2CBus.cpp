@@ -6,6 +6,7 @@
 #include "io/common/src/Targets.hpp"
 
 #include <phosphor-logging/lg2.hpp>
+#include <sdbusplus/exception.hpp>
 
 #include <exception>
 #include <stdexcept>
@@ -52,18 +53,34 @@ std::vector<std::string> listServices(const DbusConnPtr& conn)
     return std::move(*services);
 }
 
-/** The bus that a daemon serves, none when it does not tell. */
-std::optional<uint8_t> busOfService(const DbusConnPtr& conn,
-                                    const std::string& service)
+/** A daemon's answer to the question for its bus, none when it refuses to
+ *  tell or gives no answer: the next daemon may still be the one. */
+std::optional<sdbusplus::message_t> askForBus(const DbusConnPtr& conn,
+                                              const std::string& service)
 {
-    const auto path = bus::property<std::string>(
-        conn, target::mctpDaemon(service, target::mctpSmbus), "BusPath");
-    if (!path)
+    try
     {
-        lg2::error("[ERR] Failed to get BusPath from {SRV}", "SRV", service);
-        return std::nullopt;
+        auto reply = bus::getProperty(
+            conn, target::mctpDaemon(service, target::mctpSmbus), "BusPath");
+        if (reply)
+        {
+            return std::move(*reply);
+        }
     }
-    return MctpI2CBus::busOfPath(*path);
+    catch (const sdbusplus::exception::SdBusError&)
+    {
+        // Told below, like a refusal.
+    }
+    lg2::error("[ERR] Failed to get BusPath from {SRV}", "SRV", service);
+    return std::nullopt;
+}
+
+/** @throw std::exception when the daemon's path is something else than text */
+bool serves(const DbusConnPtr& conn, const std::string& service, uint8_t bus)
+{
+    auto reply = askForBus(conn, service);
+    return reply && MctpI2CBus::busOfPath(
+                        bus::propertyValue<std::string>(*reply)) == bus;
 }
 
 } // namespace
@@ -125,7 +142,7 @@ MctpI2CBus::findMctpService(const DbusConnPtr& conn, uint8_t bus,
     {
         for (const std::string& service : listServices(conn))
         {
-            if (busOfService(conn, service) == bus)
+            if (serves(conn, service, bus))
             {
                 return service;
             }

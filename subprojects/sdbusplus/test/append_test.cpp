@@ -194,6 +194,27 @@ TEST(Append, StopsAtAPathThatIsNone)
     EXPECT_THROW(m.read(path), sdbusplus::exception::SdBusError);
 }
 
+// The value that is missing is the last one then.
+TEST(Append, LetsTheNextTextTakeThePlaceOfOneThatIsNone)
+{
+    auto m = newMessage();
+    m.append(std::string("\xff"), std::string("right"));
+    m = sealed(std::move(m));
+    EXPECT_STREQ(m.get_signature(), "s");
+    EXPECT_EQ(m.unpack<std::string>(), "right");
+}
+
+TEST(Append, LeavesATextThatIsNoneOutOfAnArray)
+{
+    auto m = newMessage();
+    m.append(std::vector<std::string>{"left", "\xff", "right"}, 7);
+    m = sealed(std::move(m));
+    EXPECT_STREQ(m.get_signature(), "asi");
+    EXPECT_EQ(m.unpack<std::vector<std::string>>(),
+              (std::vector<std::string>{"left", "right"}));
+    EXPECT_EQ(m.unpack<int>(), 7);
+}
+
 TEST(Append, CopiesABlockOfAMegabyte)
 {
     const std::vector<uint8_t> block(1U << 20U, 0x5a);

@@ -81,7 +81,7 @@ class message
     }
 
     /** Write the values to the end of the message. Never throws: what sd-bus
-     *  refuses is missing, and so is all that follows. */
+     *  refuses is missing, and the next value of its type takes its place. */
     template <typename... Args>
     void append(Args&&... args)
     {

@@ -13,10 +13,10 @@
 
 /** Writing C++ values into a message.
  *
- *  Nothing here fails: what sd-bus refuses, such as an object path that is
- * none, is missing from the message together with all that follows. Text that
- * is not UTF-8 is not refused, and the bus daemon ends the connection for it.
- * Check what comes from outside first. */
+ *  Nothing here fails: what sd-bus refuses, such as an object path or a text
+ *  that is none, is missing from the message, and the next value of its type
+ *  takes its place. A string_view that is not UTF-8 is not refused, and the bus
+ *  daemon ends the connection for it. Check what comes from outside first. */
 namespace sdbusplus::message::details
 {
 
