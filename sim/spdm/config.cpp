@@ -1,7 +1,7 @@
-#include "config.hpp"
+#include "sim/spdm/config.hpp"
 
-#include "fault_config.hpp"
-#include "json_fields.hpp"
+#include "sim/spdm/fault_config.hpp"
+#include "sim/spdm/json_fields.hpp"
 
 #include <algorithm>
 #include <limits>

@@ -1,6 +1,6 @@
-#include "fault_config.hpp"
+#include "sim/spdm/fault_config.hpp"
 
-#include "json_fields.hpp"
+#include "sim/spdm/json_fields.hpp"
 
 namespace sim::spdm
 {

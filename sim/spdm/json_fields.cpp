@@ -1,6 +1,6 @@
-#include "json_fields.hpp"
+#include "sim/spdm/json_fields.hpp"
 
-#include "bytes.hpp"
+#include "sim/spdm/bytes.hpp"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "device.hpp"
+#include "sim/spdm/device.hpp"
 
 #include <nlohmann/json.hpp>
 

@@ -1,5 +1,5 @@
 #include "peer.hpp"
-#include "spdm/bytes.hpp"
+#include "sim/spdm/bytes.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include "peer.hpp"
 
 #include "../scratch_dir.hpp"
-#include "spdm/bytes.hpp"
-#include "spdm/openssl_owner.hpp"
+#include "sim/spdm/bytes.hpp"
+#include "sim/spdm/openssl_owner.hpp"
 
 #include <gtest/gtest.h>
 #include <openssl/ecdsa.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "spdm/device.hpp"
+#include "sim/spdm/device.hpp"
 
 #include <string>
 

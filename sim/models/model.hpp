@@ -1,0 +1,59 @@
+#pragma once
+
+#include "sim/bus/call.hpp"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace sim
+{
+
+class Service;
+class World;
+
+/** A stateful behaviour behind a service: it registers methods and properties
+ *  on the service's objects and keeps what they work on. It lives as long as
+ *  the simulation.
+ *
+ *  A new model is a class in a file of its own and a line in model.cpp. */
+class Model
+{
+  public:
+    Model(World& worldIn, Service& serviceIn, const Node& config);
+    virtual ~Model() = default;
+    Model(const Model&) = delete;
+    Model& operator=(const Model&) = delete;
+
+  protected:
+    World& world() const
+    {
+        return theWorld;
+    }
+
+    Service& service() const
+    {
+        return theService;
+    }
+
+    /** The object that the scenario puts the model at ("path"). */
+    const std::string& path() const
+    {
+        return objectPath;
+    }
+
+    /** Adds a method that takes arguments of one signature. */
+    void method(const std::string& interface, const std::string& member,
+                const std::string& in, Handler handler);
+
+  private:
+    World& theWorld;
+    Service& theService;
+    std::string objectPath;
+};
+
+/** Makes the model that the scenario names by "model". Throws ScenarioError. */
+std::unique_ptr<Model> makeModel(World& world, Service& service,
+                                 const Node& config);
+
+} // namespace sim

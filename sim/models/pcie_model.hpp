@@ -1,0 +1,25 @@
+#pragma once
+
+#include "sim/models/model.hpp"
+
+#include <cstdint>
+
+namespace sim
+{
+
+/** "pcie": the PCIe devices a service looks after. Settings:
+ *
+ *  - "devices": an array of device records. A "PCIeAddress" that is a text in C
+ *    notation goes out as the number. */
+class PcieModel : public Model
+{
+  public:
+    PcieModel(World& world, Service& service, const Node& config);
+
+  private:
+    Reply device(uint32_t address) const;
+
+    Json devices = Json::array();
+};
+
+} // namespace sim
