@@ -1,4 +1,3 @@
-#!/usr/bin/python3
 """Runs a command, or a shell, beside the simulated BMC; see scripts/sim."""
 
 import ctypes
@@ -8,8 +7,8 @@ import signal
 import subprocess
 import sys
 
-from sim_env import (END_SECONDS, ROOT, Failure, enter, runnable, start_bmc,
-                     start_bus, start_journal)
+from sim.launch.env import (END_SECONDS, ROOT, Failure, enter, runnable,
+                            start_bmc, start_bus, start_journal)
 
 _LIBC = ctypes.CDLL(None, use_errno=True)
 _PR_SET_CHILD_SUBREAPER = 36  # linux/prctl.h
@@ -87,8 +86,10 @@ def _command(words, build):
     return ["bash", "--norc", "-i"]
 
 
-def main(words):
-    """Runs the words as a command in the simulator; the exit status."""
+def main(folder, words):
+    """Runs the words as a command in the simulator, from the folder; the exit
+    status."""
+    os.chdir(folder)
     build = pathlib.Path(os.environ.get("BUILD") or ROOT / "build").resolve()
     scenario = pathlib.Path(os.environ.get("SIM_SCENARIO") or
                             ROOT / "sim/scenarios/default.json").resolve()
@@ -118,7 +119,7 @@ def main(words):
 
 if __name__ == "__main__":
     try:
-        sys.exit(main(sys.argv[1:]))
+        sys.exit(main(sys.argv[1], sys.argv[2:]))
     except Failure as failure:
         print(f"sim: {failure}", file=sys.stderr)
         sys.exit(1)

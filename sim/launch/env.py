@@ -1,9 +1,8 @@
-#!/usr/bin/python3
 """The private world of the simulator: mounts, a message bus, a journal.
 
-scripts/sim_run.py runs a command in it; the end-to-end tests import it.
-Everything it makes lives in a mount namespace of the calling process and on memory file
-systems in it, so that nothing of it can be left behind.
+scripts/sim runs a command in it; the end-to-end tests and the benchmark import
+it. Everything it makes lives in a mount namespace of the calling process and on
+memory file systems in it, so that nothing of it can be left behind.
 """
 
 import ctypes
@@ -15,7 +14,7 @@ import signal
 import socket
 import subprocess
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 PRIVATE = ("/run", "/tmp", "/pstorage", "/sys/bus")
 JOURNALD = "/lib/systemd/systemd-journald"
 BUS_SOCKET = "/run/dbus/system_bus_socket"
