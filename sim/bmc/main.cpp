@@ -50,7 +50,7 @@ void simulate(const Arguments& arguments)
     world.build(sim::Node(scenario, ""));
     std::puts("ready");
     std::fflush(stdout);
-    world.loop().run();
+    world.run();
 }
 
 } // namespace

@@ -8,7 +8,7 @@ namespace sim
 {
 
 World::World(std::string address, const std::string& logFile) :
-    busAddress(std::move(address)), callLog(logFile)
+    bus(std::move(address), logFile)
 {
 }
 
@@ -24,7 +24,7 @@ void World::build(const Node& scenario)
                     { readService(name, node); });
     if (auto list = scenario.find("faults"))
     {
-        faults = Faults(*list);
+        bus.setFaults(Faults(*list));
     }
 }
 
@@ -35,7 +35,7 @@ void World::readService(const std::string& name, const Node& node)
     {
         node.fail("is not a valid service name");
     }
-    Service& service = start(name);
+    Service& service = bus.start(name);
     if (auto objects = node.find("objects"))
     {
         service.tree().read(*objects);
@@ -43,37 +43,13 @@ void World::readService(const std::string& name, const Node& node)
     if (auto list = node.find("models"))
     {
         list->eachItem([&](const Node& item)
-                       { models.push_back(makeModel(*this, service, item)); });
+                       { models.push_back(makeModel(bus, service, item)); });
     }
 }
 
-Service& World::start(const std::string& name)
+void World::run()
 {
-    auto& service = byName[name];
-    if (service == nullptr)
-    {
-        service = std::make_unique<Service>(*this, name);
-    }
-    if (!service->alive())
-    {
-        service->connect(busAddress);
-    }
-    return *service;
-}
-
-Service* World::find(const std::string& name)
-{
-    auto service = byName.find(name);
-    return service == byName.end() ? nullptr : service->second.get();
-}
-
-Reply World::answer(const Service& service, const Call& call)
-{
-    if (auto reply = faults.match(service.name(), call))
-    {
-        return *reply;
-    }
-    return service.tree().answer(call);
+    bus.loop().run();
 }
 
 } // namespace sim

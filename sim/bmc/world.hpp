@@ -1,13 +1,9 @@
 #pragma once
 
 #include "sim/bmc/adapters.hpp"
-#include "sim/bus/call_log.hpp"
-#include "sim/bus/event_loop.hpp"
-#include "sim/bus/faults.hpp"
-#include "sim/bus/service.hpp"
+#include "sim/bus/bus.hpp"
 #include "sim/models/model.hpp"
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,8 +11,8 @@
 namespace sim
 {
 
-/** Everything that is simulated: services, the models that drive them, and
- *  the faults laid over both. */
+/** Everything that is simulated: the bus with its services, the models that
+ *  drive them, and the I2C adapters. */
 class World
 {
   public:
@@ -25,41 +21,14 @@ class World
     /** Starts what the scenario describes. Throws ScenarioError and
      *  std::system_error. */
     void build(const Node& scenario);
-
-    EventLoop& loop()
-    {
-        return eventLoop;
-    }
-
-    CallLog& log()
-    {
-        return callLog;
-    }
-
-    /** The service of that name, made or brought back to life if need be: a
-     *  model may bring up services while the simulation runs. */
-    Service& start(const std::string& name);
-    /** nullptr when there is none. */
-    Service* find(const std::string& name);
-
-    const std::map<std::string, std::unique_ptr<Service>>& services() const
-    {
-        return byName;
-    }
-
-    /** A fault, else what the service's objects say. */
-    Reply answer(const Service& service, const Call& call);
+    /** Until a signal asks for the end. */
+    void run();
 
   private:
     void readService(const std::string& name, const Node& node);
 
-    std::string busAddress;
-    // Outlives the services, which are attached to it.
-    EventLoop eventLoop;
-    CallLog callLog;
-    std::map<std::string, std::unique_ptr<Service>> byName;
+    Bus bus;
     std::vector<std::unique_ptr<Model>> models;
-    Faults faults;
     Adapters adapters;
 };
 

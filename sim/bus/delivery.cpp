@@ -1,6 +1,6 @@
 #include "sim/bus/delivery.hpp"
 
-#include "sim/bmc/world.hpp"
+#include "sim/bus/bus.hpp"
 #include "sim/bus/bus_error.hpp"
 #include "sim/bus/service.hpp"
 #include "sim/bus/value.hpp"
@@ -19,9 +19,9 @@ namespace
 class Delivery : public std::enable_shared_from_this<Delivery>
 {
   public:
-    Delivery(World& worldIn, Service& serviceIn, sd_bus_message* callIn,
+    Delivery(Bus& busIn, Service& serviceIn, sd_bus_message* callIn,
              Reply replyIn) :
-        world(worldIn),
+        bus(busIn),
         service(serviceIn),
         call(sd_bus_message_ref(callIn)),
         reply(std::move(replyIn))
@@ -42,7 +42,7 @@ class Delivery : public std::enable_shared_from_this<Delivery>
     void follow();
     void emit(const Signal& signal);
 
-    World& world;
+    Bus& bus;
     Service& service;
     MessagePtr call;
     Reply reply;
@@ -56,8 +56,8 @@ void Delivery::wait(std::chrono::milliseconds delay,
         (this->*step)(index);
         return;
     }
-    world.loop().after(delay, [self = shared_from_this(), step, index]
-                       { (self.get()->*step)(index); });
+    bus.loop().after(delay, [self = shared_from_this(), step, index]
+                     { (self.get()->*step)(index); });
 }
 
 void Delivery::signalsFrom(size_t index)
@@ -132,8 +132,8 @@ void Delivery::follow()
             emit(signal);
             continue;
         }
-        world.loop().after(signal.delay, [self = shared_from_this(), &signal]
-                           { self->emit(signal); });
+        bus.loop().after(signal.delay, [self = shared_from_this(), &signal]
+                         { self->emit(signal); });
     }
     if (reply.kind == Reply::Kind::die)
     {
@@ -142,15 +142,14 @@ void Delivery::follow()
     if (reply.dieAfter)
     {
         // Never from here: sd-bus is still handling the call.
-        world.loop().after(*reply.dieAfter,
-                           [&dying = service] { dying.die(); });
+        bus.loop().after(*reply.dieAfter, [&dying = service] { dying.die(); });
     }
 }
 
 void Delivery::emit(const Signal& signal)
 {
     Service* sender =
-        signal.service.empty() ? &service : world.find(signal.service);
+        signal.service.empty() ? &service : bus.find(signal.service);
     if (sender == nullptr)
     {
         std::fprintf(stderr, "bmcsim: no service %s for a signal\n",
@@ -162,9 +161,9 @@ void Delivery::emit(const Signal& signal)
 
 } // namespace
 
-void deliver(World& world, Service& service, sd_bus_message* call, Reply reply)
+void deliver(Bus& bus, Service& service, sd_bus_message* call, Reply reply)
 {
-    std::make_shared<Delivery>(world, service, call, std::move(reply))
+    std::make_shared<Delivery>(bus, service, call, std::move(reply))
         ->signalsFrom(0);
 }
 

@@ -10,7 +10,7 @@ namespace sim
 {
 
 class Service;
-class World;
+class Bus;
 
 struct MessageUnref
 {
@@ -24,6 +24,6 @@ using MessagePtr = std::unique_ptr<sd_bus_message, MessageUnref>;
 
 /** Carries out a reply to a call: its delays, its signals, the answer and what
  *  follows it. Returns at once; the rest happens from the loop. */
-void deliver(World& world, Service& service, sd_bus_message* call, Reply reply);
+void deliver(Bus& bus, Service& service, sd_bus_message* call, Reply reply);
 
 } // namespace sim

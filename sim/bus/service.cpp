@@ -1,6 +1,6 @@
 #include "sim/bus/service.hpp"
 
-#include "sim/bmc/world.hpp"
+#include "sim/bus/bus.hpp"
 #include "sim/bus/bus_error.hpp"
 #include "sim/bus/delivery.hpp"
 #include "sim/bus/value.hpp"
@@ -24,8 +24,8 @@ std::string orEmpty(const char* text)
 
 } // namespace
 
-Service::Service(World& worldIn, std::string name) :
-    world(worldIn), busName(std::move(name))
+Service::Service(Bus& homeIn, std::string name) :
+    home(homeIn), busName(std::move(name))
 {
 }
 
@@ -54,7 +54,7 @@ void Service::open(const std::string& address)
     check(sd_bus_set_bus_client(bus, 1), "bus");
     check(sd_bus_start(bus), "connecting to the bus");
     check(sd_bus_add_filter(bus, nullptr, onMessage, this), "filter");
-    check(sd_bus_attach_event(bus, world.loop().get(), 0), "event loop");
+    check(sd_bus_attach_event(bus, home.loop().get(), 0), "event loop");
     check(sd_bus_request_name(bus, busName.c_str(), 0),
           ("taking the name " + busName).c_str());
 }
@@ -101,9 +101,9 @@ int Service::onMessage(sd_bus_message* message, void* data,
     try
     {
         Call call = service->received(message);
-        service->world.log().write(call);
-        deliver(service->world, *service, message,
-                service->world.answer(*service, call));
+        service->home.log().write(call);
+        deliver(service->home, *service, message,
+                service->home.answer(*service, call));
     }
     catch (const std::exception& failure)
     {

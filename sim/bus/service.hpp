@@ -10,13 +10,13 @@
 namespace sim
 {
 
-class World;
+class Bus;
 
 /** One simulated service: its own connection, one well-known name, objects. */
 class Service
 {
   public:
-    Service(World& world, std::string name);
+    Service(Bus& home, std::string name);
     ~Service();
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
@@ -57,7 +57,7 @@ class Service
     Call received(sd_bus_message* message) const;
     void open(const std::string& address);
 
-    World& world;
+    Bus& home;
     std::string busName;
     ObjectTree objects;
     sd_bus* bus = nullptr;

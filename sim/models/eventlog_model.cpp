@@ -12,9 +12,9 @@ constexpr const char* eventInterface = "com.mervax.eventlogd.event";
 
 } // namespace
 
-EventLogModel::EventLogModel(World& worldIn, Service& serviceIn,
+EventLogModel::EventLogModel(Bus& busIn, Service& serviceIn,
                              const Node& config) :
-    Model(worldIn, serviceIn, config)
+    Model(busIn, serviceIn, config)
 {
     config.allowOnly({"model", "path"});
     method(eventInterface, "swlogCommit", "sa{ss}",

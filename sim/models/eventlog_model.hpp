@@ -12,7 +12,7 @@ namespace sim
 class EventLogModel : public Model
 {
   public:
-    EventLogModel(World& world, Service& service, const Node& config);
+    EventLogModel(Bus& bus, Service& service, const Node& config);
 
   private:
     Reply commit(const Call& call);

@@ -1,6 +1,6 @@
 #include "sim/models/firmware_model.hpp"
 
-#include "sim/bmc/world.hpp"
+#include "sim/bus/bus.hpp"
 
 #include <unistd.h>
 
@@ -58,9 +58,9 @@ Reply boolean(bool value)
 
 } // namespace
 
-FirmwareModel::FirmwareModel(World& worldIn, Service& serviceIn,
+FirmwareModel::FirmwareModel(Bus& busIn, Service& serviceIn,
                              const Node& config) :
-    Model(worldIn, serviceIn, config),
+    Model(busIn, serviceIn, config),
     duration(config.number("duration_ms", 3000)),
     beforeReply(config.flag("progress_before_reply", false)),
     failAt(config.number("fail_at", never)),
@@ -167,8 +167,8 @@ Reply FirmwareModel::update(const std::string& file, const std::string& part)
     }
     if (failAt == never)
     {
-        world().loop().after(duration, [this, part, version = versionOf(file)]
-                             { install(part, version); });
+        bus().loop().after(duration, [this, part, version = versionOf(file)]
+                           { install(part, version); });
     }
     return reply;
 }

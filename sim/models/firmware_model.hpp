@@ -27,7 +27,7 @@ namespace sim
 class FirmwareModel : public Model
 {
   public:
-    FirmwareModel(World& world, Service& service, const Node& config);
+    FirmwareModel(Bus& bus, Service& service, const Node& config);
 
   private:
     /** One moment of an update. */

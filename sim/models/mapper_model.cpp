@@ -1,6 +1,6 @@
 #include "sim/models/mapper_model.hpp"
 
-#include "sim/bmc/world.hpp"
+#include "sim/bus/bus.hpp"
 
 #include <optional>
 #include <utility>
@@ -50,9 +50,8 @@ std::optional<Holdings> found(const Holdings& holdings, const Call& call)
 
 } // namespace
 
-MapperModel::MapperModel(World& worldIn, Service& serviceIn,
-                         const Node& config) :
-    Model(worldIn, serviceIn, config)
+MapperModel::MapperModel(Bus& busIn, Service& serviceIn, const Node& config) :
+    Model(busIn, serviceIn, config)
 {
     config.allowOnly({"model", "path"});
     method(interfaceName, "GetObject", "sas",
@@ -66,7 +65,7 @@ MapperModel::MapperModel(World& worldIn, Service& serviceIn,
 Holdings MapperModel::holdings() const
 {
     Holdings result;
-    for (const auto& [name, service] : world().services())
+    for (const auto& [name, service] : bus().services())
     {
         if (!service->alive())
         {

@@ -11,7 +11,7 @@ namespace sim
 class MapperModel : public Model
 {
   public:
-    MapperModel(World& world, Service& service, const Node& config);
+    MapperModel(Bus& bus, Service& service, const Node& config);
 
   private:
     Holdings holdings() const;

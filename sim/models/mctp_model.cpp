@@ -23,8 +23,8 @@ void append(Json& bytes, uint64_t number, int count)
 
 } // namespace
 
-MctpModel::MctpModel(World& worldIn, Service& serviceIn, const Node& config) :
-    Model(worldIn, serviceIn, config),
+MctpModel::MctpModel(Bus& busIn, Service& serviceIn, const Node& config) :
+    Model(busIn, serviceIn, config),
     devices(config.text("roots", "/run/bmcsim/roots"))
 {
     config.allowOnly({"model", "path", "endpoints", "roots"});

@@ -11,14 +11,14 @@ namespace sim
  *  - "endpoints": an array of {"eid", "address"}; "second" (8 bits) and "third"
  *    (16 bits) fill the two fields between them and default to 0. "spdm"
  *    describes the device behind the endpoint (spdm/config.md), or is an array
- *    with the words of a program that is the device (devices/device_program.hpp);
- *    without it nothing there answers;
+ *    with the words of a program that is the device (DeviceProgram); without
+ *    it nothing there answers;
  *  - "roots": the folder that the devices' root certificates are left in, by
  *    default /run/bmcsim/roots. */
 class MctpModel : public Model
 {
   public:
-    MctpModel(World& world, Service& service, const Node& config);
+    MctpModel(Bus& bus, Service& service, const Node& config);
 
   private:
     void addEndpoint(const Node& node);

@@ -22,12 +22,12 @@ namespace sim
 namespace
 {
 
-using Maker = std::unique_ptr<Model> (*)(World&, Service&, const Node&);
+using Maker = std::unique_ptr<Model> (*)(Bus&, Service&, const Node&);
 
 template <typename T>
-std::unique_ptr<Model> make(World& world, Service& service, const Node& config)
+std::unique_ptr<Model> make(Bus& bus, Service& service, const Node& config)
 {
-    return std::make_unique<T>(world, service, config);
+    return std::make_unique<T>(bus, service, config);
 }
 
 const std::map<std::string, Maker>& makers()
@@ -60,8 +60,8 @@ std::string readPath(const Node& config)
 
 } // namespace
 
-Model::Model(World& worldIn, Service& serviceIn, const Node& config) :
-    theWorld(worldIn), theService(serviceIn), objectPath(readPath(config))
+Model::Model(Bus& busIn, Service& serviceIn, const Node& config) :
+    theBus(busIn), theService(serviceIn), objectPath(readPath(config))
 {
 }
 
@@ -72,8 +72,7 @@ void Model::method(const std::string& interface, const std::string& member,
                                 {.in = in, .handler = std::move(handler)});
 }
 
-std::unique_ptr<Model> makeModel(World& world, Service& service,
-                                 const Node& config)
+std::unique_ptr<Model> makeModel(Bus& bus, Service& service, const Node& config)
 {
     Node name = config.at("model");
     auto maker = makers().find(name.text());
@@ -81,7 +80,7 @@ std::unique_ptr<Model> makeModel(World& world, Service& service,
     {
         name.fail("is not a known model");
     }
-    return maker->second(world, service, config);
+    return maker->second(bus, service, config);
 }
 
 } // namespace sim

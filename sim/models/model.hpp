@@ -10,7 +10,7 @@ namespace sim
 {
 
 class Service;
-class World;
+class Bus;
 
 /** A stateful behaviour behind a service: it registers methods and properties
  *  on the service's objects and keeps what they work on. It lives as long as
@@ -20,15 +20,15 @@ class World;
 class Model
 {
   public:
-    Model(World& worldIn, Service& serviceIn, const Node& config);
+    Model(Bus& busIn, Service& serviceIn, const Node& config);
     virtual ~Model() = default;
     Model(const Model&) = delete;
     Model& operator=(const Model&) = delete;
 
   protected:
-    World& world() const
+    Bus& bus() const
     {
-        return theWorld;
+        return theBus;
     }
 
     Service& service() const
@@ -47,13 +47,13 @@ class Model
                 const std::string& in, Handler handler);
 
   private:
-    World& theWorld;
+    Bus& theBus;
     Service& theService;
     std::string objectPath;
 };
 
 /** Makes the model that the scenario names by "model". Throws ScenarioError. */
-std::unique_ptr<Model> makeModel(World& world, Service& service,
+std::unique_ptr<Model> makeModel(Bus& bus, Service& service,
                                  const Node& config);
 
 } // namespace sim

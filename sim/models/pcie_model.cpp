@@ -24,8 +24,8 @@ Json readDevice(const Node& node)
 
 } // namespace
 
-PcieModel::PcieModel(World& worldIn, Service& serviceIn, const Node& config) :
-    Model(worldIn, serviceIn, config)
+PcieModel::PcieModel(Bus& busIn, Service& serviceIn, const Node& config) :
+    Model(busIn, serviceIn, config)
 {
     config.allowOnly({"model", "path", "devices"});
     config.at("devices").eachItem([&](const Node& node)

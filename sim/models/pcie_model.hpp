@@ -14,7 +14,7 @@ namespace sim
 class PcieModel : public Model
 {
   public:
-    PcieModel(World& world, Service& service, const Node& config);
+    PcieModel(Bus& bus, Service& service, const Node& config);
 
   private:
     Reply device(uint32_t address) const;

@@ -93,8 +93,8 @@ Reply result(Outcome outcome)
 
 } // namespace
 
-RaidModel::RaidModel(World& worldIn, Service& serviceIn, const Node& config) :
-    StorageModel(worldIn, serviceIn, config,
+RaidModel::RaidModel(Bus& busIn, Service& serviceIn, const Node& config) :
+    StorageModel(busIn, serviceIn, config,
                  {"update_delay_ms", "update_before_reply"}),
     delay(config.number("update_delay_ms", 0)),
     beforeReply(config.flag("update_before_reply", false))

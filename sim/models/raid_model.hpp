@@ -23,7 +23,7 @@ namespace sim
 class RaidModel : public StorageModel
 {
   public:
-    RaidModel(World& world, Service& service, const Node& config);
+    RaidModel(Bus& bus, Service& service, const Node& config);
 
   private:
     using Step = Outcome (*)(RaidArray&, const Call&);

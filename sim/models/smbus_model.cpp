@@ -1,6 +1,6 @@
 #include "sim/models/smbus_model.hpp"
 
-#include "sim/bmc/world.hpp"
+#include "sim/bus/bus.hpp"
 #include "sim/scenario/address.hpp"
 
 #include <limits>
@@ -51,15 +51,14 @@ SmbusBus readBus(const Node& config)
 
 } // namespace
 
-SmbusModel::SmbusModel(World& worldIn, Service& serviceIn, const Node& config) :
-    Model(worldIn, serviceIn, config),
-    daemon(serviceIn, path(), readBus(config))
+SmbusModel::SmbusModel(Bus& busIn, Service& serviceIn, const Node& config) :
+    Model(busIn, serviceIn, config), daemon(serviceIn, path(), readBus(config))
 {
 }
 
-LauncherModel::LauncherModel(World& worldIn, Service& serviceIn,
+LauncherModel::LauncherModel(Bus& busIn, Service& serviceIn,
                              const Node& config) :
-    Model(worldIn, serviceIn, config)
+    Model(busIn, serviceIn, config)
 {
     config.allowOnly({"model", "path", "endpoints"});
     if (auto buses = config.find("endpoints"))
@@ -77,21 +76,21 @@ LauncherModel::LauncherModel(World& worldIn, Service& serviceIn,
 
 Reply LauncherModel::launch(const Call& call)
 {
-    SmbusBus bus{.number = call.args[0].get<uint8_t>(),
-                 .firstEid = call.args[1].get<uint8_t>(),
-                 .poolSize = call.args[2].get<uint8_t>(),
-                 .endpoints = {}};
-    auto& daemon = daemons[bus.number];
+    SmbusBus served{.number = call.args[0].get<uint8_t>(),
+                    .firstEid = call.args[1].get<uint8_t>(),
+                    .poolSize = call.args[2].get<uint8_t>(),
+                    .endpoints = {}};
+    auto& daemon = daemons[served.number];
     if (daemon != nullptr)
     {
         return Reply::error("xyz.openbmc_project.Common.Error.NotAllowed",
                             "There is a daemon on this bus.");
     }
-    bus.endpoints = endpoints[bus.number];
-    Service& host = world().start("xyz.openbmc_project.MCTP_SMBus_i2c" +
-                                  std::to_string(bus.number));
+    served.endpoints = endpoints[served.number];
+    Service& host = bus().start("xyz.openbmc_project.MCTP_SMBus_i2c" +
+                                std::to_string(served.number));
     daemon = std::make_unique<SmbusDaemon>(host, "/xyz/openbmc_project/mctp",
-                                           std::move(bus));
+                                           std::move(served));
     return Reply::of("", Json::array());
 }
 

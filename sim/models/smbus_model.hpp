@@ -18,7 +18,7 @@ namespace sim
 class SmbusModel : public Model
 {
   public:
-    SmbusModel(World& world, Service& service, const Node& config);
+    SmbusModel(Bus& bus, Service& service, const Node& config);
 
   private:
     SmbusDaemon daemon;
@@ -31,7 +31,7 @@ class SmbusModel : public Model
 class LauncherModel : public Model
 {
   public:
-    LauncherModel(World& world, Service& service, const Node& config);
+    LauncherModel(Bus& bus, Service& service, const Node& config);
 
   private:
     Reply launch(const Call& call);

@@ -48,10 +48,9 @@ void join(Json& all, const Json& part)
 
 } // namespace
 
-StorageModel::StorageModel(World& worldIn, Service& serviceIn,
-                           const Node& config,
+StorageModel::StorageModel(Bus& busIn, Service& serviceIn, const Node& config,
                            const std::vector<const char*>& extra) :
-    Model(worldIn, serviceIn, config),
+    Model(busIn, serviceIn, config),
     controllers(readControllers(config.at("controllers")))
 {
     std::vector<const char*> known{"model", "path", "controllers",

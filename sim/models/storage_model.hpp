@@ -23,7 +23,7 @@ class StorageModel : public Model
 {
   public:
     /** extra: settings that a model built on this one reads. */
-    StorageModel(World& world, Service& service, const Node& config,
+    StorageModel(Bus& bus, Service& service, const Node& config,
                  const std::vector<const char*>& extra = {});
 
   protected:

@@ -35,9 +35,8 @@ std::string joinLines(const Node& lines)
 
 } // namespace
 
-TtyLogModel::TtyLogModel(World& worldIn, Service& serviceIn,
-                         const Node& config) :
-    Model(worldIn, serviceIn, config)
+TtyLogModel::TtyLogModel(Bus& busIn, Service& serviceIn, const Node& config) :
+    Model(busIn, serviceIn, config)
 {
     config.allowOnly({"model", "path", "adapters"});
     config.at("adapters")

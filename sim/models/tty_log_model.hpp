@@ -17,7 +17,7 @@ namespace sim
 class TtyLogModel : public Model
 {
   public:
-    TtyLogModel(World& world, Service& service, const Node& config);
+    TtyLogModel(Bus& bus, Service& service, const Node& config);
 
   private:
     struct Adapter
