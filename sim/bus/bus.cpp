@@ -37,9 +37,13 @@ void Bus::setFaults(Faults list)
 
 Reply Bus::answer(const Service& service, const Call& call)
 {
-    if (auto reply = faults.match(service.name(), call))
+    // A service looks at the arguments before it can fail.
+    if (service.tree().takes(call))
     {
-        return *reply;
+        if (auto reply = faults.match(service.name(), call))
+        {
+            return *reply;
+        }
     }
     return service.tree().answer(call);
 }

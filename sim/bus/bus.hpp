@@ -44,7 +44,8 @@ class Bus
     }
 
     void setFaults(Faults list);
-    /** A fault, else what the service's objects say. */
+    /** A fault, else what the service's objects say; these also refuse what
+     *  a method does not take. */
     Reply answer(const Service& service, const Call& call);
 
   private:

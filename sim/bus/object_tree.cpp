@@ -5,6 +5,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace sim
@@ -71,7 +72,15 @@ Reply refuse(const char* error, const std::string& message)
                         message);
 }
 
-const std::vector<Method>* findOverloads(const Object& object, const Call& call)
+/** The method that a call is for. */
+struct Found
+{
+    std::string interface;
+    /** nullptr when there is none. */
+    const std::vector<Method>* overloads = nullptr;
+};
+
+Found find(const Object& object, const Call& call)
 {
     for (const auto& [name, interface] : object)
     {
@@ -79,10 +88,28 @@ const std::vector<Method>* findOverloads(const Object& object, const Call& call)
         bool wanted = call.interface.empty() || call.interface == name;
         if (wanted && method != interface.methods.end())
         {
-            return &method->second;
+            return {name, &method->second};
         }
     }
-    return nullptr;
+    return {};
+}
+
+/** nullptr when none takes the arguments. */
+const Method* fitting(const std::vector<Method>& overloads, const Call& call)
+{
+    auto found = std::find_if(overloads.begin(), overloads.end(),
+                              [&](const Method& method)
+                              { return method.in == call.signature; });
+    return found == overloads.end() ? nullptr : &*found;
+}
+
+/** In sd-bus's words. */
+Reply refuseArguments(const Found& found, const Call& call)
+{
+    return refuse("InvalidArgs", "Invalid arguments '" + call.signature +
+                                     "' to call " + found.interface + "." +
+                                     call.member + "(), expecting '" +
+                                     found.overloads->front().in + "'.");
 }
 
 Reply answerMethod(const Object& object, const Call& call)
@@ -92,20 +119,14 @@ Reply answerMethod(const Object& object, const Call& call)
         return refuse("UnknownInterface",
                       "Unknown interface '" + call.interface + "'.");
     }
-    const std::vector<Method>* overloads = findOverloads(object, call);
-    if (overloads == nullptr)
+    Found found = find(object, call);
+    if (found.overloads == nullptr)
     {
         return refuse("UnknownMethod", "Unknown method '" + call.member + "'.");
     }
-    for (const Method& method : *overloads)
-    {
-        if (method.in == call.signature)
-        {
-            return method.handler(call);
-        }
-    }
-    return refuse("InvalidArgs", "Invalid arguments '" + call.signature +
-                                     "' to call " + call.member + "().");
+    const Method* method = fitting(*found.overloads, call);
+    return method == nullptr ? refuseArguments(found, call)
+                             : method->handler(call);
 }
 
 } // namespace
@@ -152,6 +173,22 @@ void ObjectTree::setProperty(const std::string& path,
 void ObjectTree::removeObject(const std::string& path)
 {
     objects.erase(path);
+}
+
+bool ObjectTree::takes(const Call& call) const
+{
+    auto object = objects.find(call.path);
+    if (object == objects.end())
+    {
+        return true;
+    }
+    if (call.interface == propertiesInterface)
+    {
+        return takesProperties(call);
+    }
+    Found found = find(object->second, call);
+    return found.overloads == nullptr ||
+           fitting(*found.overloads, call) != nullptr;
 }
 
 Reply ObjectTree::answer(const Call& call) const

@@ -51,6 +51,10 @@ class ObjectTree
                      Json value);
     void removeObject(const std::string& path);
 
+    /** Whether a call has arguments that its method takes; true for a method
+     *  that is not here. */
+    bool takes(const Call& call) const;
+
     /** The answer to a call; errors are those of a real service. */
     Reply answer(const Call& call) const;
 

@@ -103,11 +103,15 @@ std::set<std::string> children(const std::map<std::string, Object>& objects,
 
 } // namespace
 
+bool takesProperties(const Call& call)
+{
+    return (call.member == "Get" && call.signature == "ss") ||
+           (call.member == "GetAll" && call.signature == "s");
+}
+
 Reply answerProperties(const Object& object, const Call& call)
 {
-    bool one = call.member == "Get" && call.signature == "ss";
-    bool all = call.member == "GetAll" && call.signature == "s";
-    if (!one && !all)
+    if (!takesProperties(call))
     {
         return refuse("InvalidArgs", "Only Get(ss) and GetAll(s) are here.");
     }
@@ -117,8 +121,9 @@ Reply answerProperties(const Object& object, const Call& call)
     {
         return refuse("UnknownInterface", "Unknown interface '" + name + "'.");
     }
-    return all ? getAll(interface->second)
-               : get(interface->second, call.args[1].get<std::string>());
+    return call.member == "GetAll"
+             ? getAll(interface->second)
+             : get(interface->second, call.args[1].get<std::string>());
 }
 
 Reply introspect(const std::map<std::string, Object>& objects, const Call& call)

@@ -13,6 +13,9 @@ inline constexpr const char* propertiesInterface =
 inline constexpr const char* introspectableInterface =
     "org.freedesktop.DBus.Introspectable";
 
+/** Whether a call on the properties is one of those below. */
+bool takesProperties(const Call& call);
+
 /** "Get" and "GetAll"; the simulated services have nothing to be set. */
 Reply answerProperties(const Object& object, const Call& call);
 

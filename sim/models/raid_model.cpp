@@ -1,5 +1,7 @@
 #include "sim/models/raid_model.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace sim
@@ -19,46 +21,47 @@ T argument(const Call& call, size_t index)
     return call.args[index].get<T>();
 }
 
-/** The volumes that a request text asks for: {"Volume": ..}, an array of
- *  these, or that array as "Volumes". */
-std::vector<Json> requested(const std::string& text)
+/** A document in a request's text; one that is none is discarded, which no
+ *  reader takes for anything. */
+Json document(const Call& call, size_t index)
 {
-    Json document = Json::parse(text, nullptr, false);
-    if (document.is_object() && document.contains("Volumes"))
-    {
-        document = Json(document["Volumes"]);
-    }
-    if (document.is_object())
-    {
-        document = Json::array({document});
-    }
+    return Json::parse(argument<std::string>(call, index), nullptr, false);
+}
+
+/** The volume of {"Volume": ..}; null for anything else. */
+Json one(const Json& request)
+{
+    return request.is_object() ? request.value("Volume", Json()) : Json();
+}
+
+/** The volumes of an array of these, or of that array as "Volumes"; none for
+ *  anything else. */
+std::vector<Json> several(const Json& request)
+{
+    const Json list =
+        request.is_object() ? request.value("Volumes", Json()) : request;
     std::vector<Json> result;
-    if (!document.is_array())
+    if (list.is_array())
     {
-        return result;
-    }
-    for (const Json& item : document)
-    {
-        if (!item.is_object() || !item.contains("Volume"))
-        {
-            return {};
-        }
-        result.push_back(item["Volume"]);
+        std::transform(list.begin(), list.end(), std::back_inserter(result),
+                       one);
     }
     return result;
 }
 
-Outcome create(RaidArray& array, const Call& call)
+Outcome createOne(RaidArray& array, const Call& call)
 {
-    return array.create(requested(argument<std::string>(call, 1)));
+    return array.create({one(document(call, 1))});
+}
+
+Outcome createSeveral(RaidArray& array, const Call& call)
+{
+    return array.create(several(document(call, 1)));
 }
 
 Outcome edit(RaidArray& array, const Call& call)
 {
-    auto changes = requested(argument<std::string>(call, 2));
-    return changes.size() == 1
-             ? array.edit(argument<uint32_t>(call, 1), changes[0])
-             : Outcome::badRequest;
+    return array.edit(argument<uint32_t>(call, 1), one(document(call, 2)));
 }
 
 /** usssuuusutss; the seventh has no meaning here. */
@@ -103,8 +106,8 @@ RaidModel::RaidModel(Bus& busIn, Service& serviceIn, const Node& config) :
     {
         arrays.emplace(address, document);
     }
-    change(volumes, "CreateVolume", "us", create);
-    change(volumes, "CreateVolumes", "us", create);
+    change(volumes, "CreateVolume", "us", createOne);
+    change(volumes, "CreateVolumes", "us", createSeveral);
     change(volumes, "EditVolume", "uus", edit);
     change(volumes, "AutoConfig", "usssuuusutss", configure);
     change(volumes, "DeleteVolume", "uu",

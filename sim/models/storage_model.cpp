@@ -60,12 +60,7 @@ StorageModel::StorageModel(Bus& busIn, Service& serviceIn, const Node& config,
     bool addressless = config.flag("addressless", false);
     for (const char* member : members)
     {
-        std::string name = std::string("Get") + member;
-        addListing(name, member, "u");
-        if (addressless)
-        {
-            addListing(name, member, "");
-        }
+        addListing(std::string("Get") + member, member, addressless ? "" : "u");
     }
     addListing("GetAllDrives", "Drives", "");
 }

@@ -14,7 +14,7 @@ namespace sim
  *  - "controllers": device address to the controller's document, an object
  *    whose members "Drives", "Volumes" and "StoragePools" are arrays of items
  *    and whose "Storage" is an object;
- *  - "addressless": true for a service that is also asked without an address.
+ *  - "addressless": true for a service whose listings take no address.
  *
  *  Each listing comes as one document with one member named after what was
  *  asked for. Address 0 asks for all controllers at once; an address that is
