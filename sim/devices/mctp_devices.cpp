@@ -46,9 +46,7 @@ class InnerDevice : public MctpDevice
 std::unique_ptr<MctpDevice> innerDevice(const Node& config,
                                         spdm::KeyStore& keys)
 {
-    // Members in any order, unlike the scenario's.
-    const auto json = nlohmann::json::parse(config.json().dump());
-    return std::make_unique<InnerDevice>(spdm::parseDeviceConfig(json), keys);
+    return std::make_unique<InnerDevice>(spdm::parseDeviceConfig(config), keys);
 }
 
 std::unique_ptr<MctpDevice> programOf(const Node& config)

@@ -30,6 +30,16 @@ std::optional<uint64_t> parseNumber(std::string_view text)
     return number;
 }
 
+std::string list(const std::vector<const char*>& words)
+{
+    std::string text;
+    for (const char* word : words)
+    {
+        text += text.empty() ? word : std::string(", ") + word;
+    }
+    return text;
+}
+
 } // namespace
 
 Node::Node(const Json& valueIn, std::string place) :
@@ -109,6 +119,18 @@ uint64_t Node::number(const std::string& key, uint64_t absent) const
     return has(key) ? at(key).number() : absent;
 }
 
+uint64_t Node::number(const std::string& key, uint64_t absent, uint64_t least,
+                      uint64_t most) const
+{
+    uint64_t number = this->number(key, absent);
+    if (number < least || number > most)
+    {
+        at(key).fail("is not from " + std::to_string(least) + " to " +
+                     std::to_string(most));
+    }
+    return number;
+}
+
 bool Node::flag(const std::string& key, bool absent) const
 {
     if (!has(key))
@@ -147,7 +169,7 @@ void Node::allowOnly(const std::vector<const char*>& keys) const
         {
             if (std::find(keys.begin(), keys.end(), key) == keys.end())
             {
-                member.fail("is not a known member");
+                member.fail("is none of " + list(keys));
             }
         });
 }

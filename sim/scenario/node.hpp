@@ -53,14 +53,17 @@ class Node
     /** A whole number, or a text with one in C notation ("0x8c0000"). */
     uint64_t number() const;
     uint64_t number(const std::string& key, uint64_t absent) const;
+    /** The same, with a complaint when it is not from least to most. */
+    uint64_t number(const std::string& key, uint64_t absent, uint64_t least,
+                    uint64_t most) const;
     bool flag(const std::string& key, bool absent) const;
 
     void eachMember(const std::function<void(const std::string&, const Node&)>&
                         visit) const;
     void eachItem(const std::function<void(const Node&)>& visit) const;
 
-    /** Complains about the first member that is not one of these: a mistyped
-     *  word must not silently do nothing. */
+    /** Complains about the first member that is not one of these, and names
+     *  these: a mistyped word must not silently do nothing. */
     void allowOnly(const std::vector<const char*>& keys) const;
 
   private:

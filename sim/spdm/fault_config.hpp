@@ -2,12 +2,10 @@
 
 #include "sim/spdm/config.hpp"
 
-#include <string>
-
 namespace sim::spdm
 {
 
 /** Reads one element of "faults"; errors as with parseDeviceConfig. */
-Fault readFault(const nlohmann::json& json, const std::string& place);
+Fault readFault(const Node& node);
 
 } // namespace sim::spdm

@@ -286,7 +286,7 @@ def test_a_routing_table_is_encoded_from_its_endpoints(bmc):
 
 @pytest.mark.parametrize("part, complaint", [
     ({"services": {NAME: {"object": {}}}},
-     f"bmcsim: /services/{NAME}/object: is not a known member"),
+     f"bmcsim: /services/{NAME}/object: is none of objects, models"),
     (scripted("M", {"out": "y", "return": [256]}),
      f"bmcsim: /services/{NAME}/objects/{PATH}/{FACE}/methods/M/return/0: "
      "is out of the range of type y"),

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-
 namespace spdm_test
 {
 
@@ -12,7 +10,7 @@ using sim::spdm::parseDeviceConfig;
 
 static DeviceConfig parsed(const char* text)
 {
-    return parseDeviceConfig(nlohmann::json::parse(text));
+    return parseDeviceConfig(sim::Json::parse(text));
 }
 
 TEST(Config, Defaults)
@@ -80,7 +78,7 @@ TEST_P(WrongTest, NamesThePlace)
         parsed(GetParam().json);
         FAIL() << "accepted";
     }
-    catch (const std::invalid_argument& error)
+    catch (const sim::ScenarioError& error)
     {
         EXPECT_STREQ(error.what(), GetParam().message);
     }
@@ -89,63 +87,71 @@ TEST_P(WrongTest, NamesThePlace)
 INSTANTIATE_TEST_SUITE_P(
     Texts, WrongTest,
     testing::Values(
-        Wrong{"[]", "device is not an object"},
-        Wrong{R"({"slot": []})", "device.slot is unknown"},
+        Wrong{"[]", "device: must be an object"},
+        Wrong{R"({"slot": []})",
+              "device/slot: is none of versions, capabilities, algorithms, "
+              "slots, measurements, claimedBlocks, dataTransferSize, "
+              "maxMessageSize, transmitSize, ctExponent, challengeOpaque, "
+              "measurementOpaque, faults"},
         Wrong{R"({"versions": ["2.0"]})",
-              "device.versions is none of the words it may be"},
-        Wrong{R"({"versions": [12]})",
-              "device.versions is none of the words it may be"},
-        Wrong{R"({"versions": "1.2"})", "device.versions is no array"},
-        Wrong{R"({"capabilities": 1})", "device.capabilities is not an object"},
+              "device/versions/0: is none of 1.0, 1.1, 1.2, 1.3"},
+        Wrong{R"({"versions": [12]})", "device/versions/0: must be a text"},
+        Wrong{R"({"versions": "1.2"})", "device/versions: must be an array"},
+        Wrong{R"({"capabilities": 1})",
+              "device/capabilities: must be an object"},
         Wrong{R"({"capabilities": {"challenge": "yes"}})",
-              "device.capabilities.challenge is neither true nor false"},
+              "device/capabilities/challenge: must be true or false"},
         Wrong{R"({"capabilities": {"mutual": true}})",
-              "device.capabilities.mutual is unknown"},
+              "device/capabilities/mutual: is none of certificates, challenge, "
+              "chunking, measurements, multiKey"},
         Wrong{R"({"algorithms": {"hash": ["md5"]}})",
-              "device.algorithms.hash is none of the words it may be"},
+              "device/algorithms/hash/0: is none of sha-256, sha-384, sha-512"},
         Wrong{R"({"slots": [{}, {"slot": 8}]})",
-              "device.slots[1].slot is no number from 0 to 7"},
+              "device/slots/1/slot: is not from 0 to 7"},
         Wrong{R"({"slots": [{"intermediates": 9}]})",
-              "device.slots[0].intermediates is no number from 0 to 8"},
+              "device/slots/0/intermediates: is not from 0 to 8"},
         Wrong{R"({"slots": [{"intermediates": -1}]})",
-              "device.slots[0].intermediates is no number from 0 to 8"},
+              "device/slots/0/intermediates: must be a whole number"},
         Wrong{R"({"slots": [{"intermediates": 1.5}]})",
-              "device.slots[0].intermediates is no number from 0 to 8"},
+              "device/slots/0/intermediates: must be a whole number"},
         Wrong{R"({"measurements": [{"index": 0}]})",
-              "device.measurements[0].index is no number from 1 to 254"},
+              "device/measurements/0/index: is not from 1 to 254"},
         Wrong{R"({"measurements": [{"value": "0g"}]})",
-              "device.measurements[0].value has what is no hexadecimal digit"},
+              "device/measurements/0/value: has what is no hexadecimal digit"},
         Wrong{R"({"measurements": [{"value": "012"}]})",
-              "device.measurements[0].value has half a byte at the end"},
+              "device/measurements/0/value: has half a byte at the end"},
         Wrong{R"({"measurements": [{"value": 1}]})",
-              "device.measurements[0].value is no text"},
+              "device/measurements/0/value: must be a text"},
         Wrong{R"({"transmitSize": 41})",
-              "device.transmitSize is no number from 42 to 4294967295"},
+              "device/transmitSize: is not from 42 to 4294967295"},
         Wrong{R"({"faults": [{"at": "CHALLENGE"}]})",
-              "device.faults[0].kind is missing"},
+              "device/faults/0: needs a member \"kind\""},
         Wrong{R"({"faults": [{"at": "NOTHING", "kind": "dead"}]})",
-              "device.faults[0].at is none of the words it may be"},
+              "device/faults/0/at: is none of ANY, GET_VERSION, "
+              "GET_CAPABILITIES, NEGOTIATE_ALGORITHMS, GET_DIGESTS, "
+              "GET_CERTIFICATE, CHALLENGE, GET_MEASUREMENTS, "
+              "GET_KEY_PAIR_INFO, CHUNK_SEND, CHUNK_GET, RESPOND_IF_READY"},
         Wrong{R"({"faults": [{"kind": "dead", "nth": 0}]})",
-              "device.faults[0].nth is no number from 1 to 4294967295"},
+              "device/faults/0/nth: is not from 1 to 4294967295"},
         Wrong{R"({"faults": [{"kind": "raw", "answer": "zz"}]})",
-              "device.faults[0].answer has what is no hexadecimal digit"}));
+              "device/faults/0/answer: has what is no hexadecimal digit"}));
 
 TEST(Config, MoreBlocksThanIndices)
 {
-    nlohmann::json json;
-    json["measurements"] = nlohmann::json::array();
+    sim::Json json;
+    json["measurements"] = sim::Json::array();
     for (int i = 0; i < 255; i++)
     {
         json["measurements"].push_back({{"index", 1}});
     }
-    EXPECT_THROW(parseDeviceConfig(json), std::invalid_argument);
+    EXPECT_THROW(parseDeviceConfig(json), sim::ScenarioError);
 }
 
 TEST(Config, ValueThatIsTooLong)
 {
-    nlohmann::json json;
+    sim::Json json;
     json["challengeOpaque"] = std::string(size_t{2} * 0xfff1, '0');
-    EXPECT_THROW(parseDeviceConfig(json), std::invalid_argument);
+    EXPECT_THROW(parseDeviceConfig(json), sim::ScenarioError);
 }
 
 TEST(KeyStore, SaysWhereItCannotWrite)

@@ -81,7 +81,8 @@ TEST_F(FrontTest, EndsWithHalfAMessage)
 TEST_F(FrontTest, SaysWhatIsWrong)
 {
     EXPECT_NE(run(R"({"slot": 1})", {}), 0);
-    EXPECT_EQ(errors(), "spdm-device: device.slot is unknown\n");
+    EXPECT_TRUE(errors().starts_with("spdm-device: device/slot: is none of "))
+        << errors();
     EXPECT_NE(run("{", {}), 0);
     EXPECT_NE(errors(), "");
 }

@@ -148,8 +148,7 @@ Bytes readFile(const std::filesystem::path& path)
 }
 
 Peer::Peer(const std::string& json) :
-    device(sim::spdm::parseDeviceConfig(nlohmann::json::parse(json)),
-           keyStore())
+    device(sim::spdm::parseDeviceConfig(sim::Json::parse(json)), keyStore())
 {
 }
 
