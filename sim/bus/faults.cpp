@@ -21,12 +21,14 @@ Faults::Faults(const Node& list)
         [&](const Node& node)
         {
             auto args = node.find("args");
-            faults.push_back({.service = node.text("service", ""),
-                              .path = node.text("path", ""),
-                              .interface = node.text("interface", ""),
-                              .member = node.text("member", ""),
-                              .args = args ? args->json() : Json::array(),
-                              .script = ReplyScript(node)});
+            faults.push_back(
+                {.service = node.text("service", ""),
+                 .path = node.text("path", ""),
+                 .interface = node.text("interface", ""),
+                 .member = node.text("member", ""),
+                 .args = args ? args->json() : Json::array(),
+                 .script = ReplyScript(node, {"service", "path", "interface",
+                                              "member", "args"})});
         });
 }
 

@@ -15,9 +15,7 @@ class Faults
 {
   public:
     Faults() = default;
-    /** From a list of {"service", "path", "interface", "member", "args"} and a
-     *  reply or replies. What a fault does not name fits every call; "args" is
-     *  compared with as many leading arguments as it has. */
+    /** From the "faults" of a scenario. Throws ScenarioError. */
     explicit Faults(const Node& list);
 
     /** The reply of the first fault that fits and does not pass. */

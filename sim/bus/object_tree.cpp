@@ -32,7 +32,7 @@ Property readProperty(const Node& node)
 
 Method readMethod(const Node& node)
 {
-    ReplyScript script(node);
+    ReplyScript script(node, {"in"});
     return {.in = node.text("in", ""),
             .handler = [script](const Call&) mutable { return script.next(); }};
 }

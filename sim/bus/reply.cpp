@@ -173,8 +173,12 @@ Reply Reply::error(std::string name, std::string message)
     return reply;
 }
 
-Reply readReply(const Node& node)
+Reply readReply(const Node& node, Keys more)
 {
+    more.insert(more.end(), {"return", "out", "json", "text", "error", "silent",
+                             "die", "pass", "delay_ms", "die_after_ms",
+                             "signals_before", "signals_after"});
+    node.allowOnly(more);
     Reply reply = readCore(node);
     reply.delay = readTime(node, "delay_ms");
     reply.before = readSignals(node, "signals_before");
@@ -186,14 +190,17 @@ Reply readReply(const Node& node)
     return reply;
 }
 
-ReplyScript::ReplyScript(const Node& node) : state(std::make_shared<State>())
+ReplyScript::ReplyScript(const Node& node, Keys more) :
+    state(std::make_shared<State>())
 {
+    more.emplace_back("replies");
     auto list = node.find("replies");
     if (!list)
     {
-        state->replies.push_back(readReply(node));
+        state->replies.push_back(readReply(node, std::move(more)));
         return;
     }
+    node.allowOnly(more);
     list->eachItem([&](const Node& item)
                    { state->replies.push_back(readReply(item)); });
     if (state->replies.empty())

@@ -61,21 +61,18 @@ struct Reply
     static Reply error(std::string name, std::string message);
 };
 
-/** Reads a reply from a scenario:
- *  {"return": [..], "out": signature} | {"json": document} |
- *  {"text": text or pieces} | {"error": {"name", "message"}} |
- *  {"silent": true} | {"die": true} | {"pass": true}, each with "delay_ms",
- *  "die_after_ms", "signals_before", "signals_after".
- *
- *  Text pieces are texts and {"times": N, "text": ..}. */
-Reply readReply(const Node& node);
+/** Keys of one object that another reader looks at. */
+using Keys = std::vector<const char*>;
+
+/** Reads a reply from a scenario. Throws ScenarioError. */
+Reply readReply(const Node& node, Keys more = {});
 
 /** Replies in order, the last one for ever. Copies share their position. */
 class ReplyScript
 {
   public:
-    /** From a reply, or from {"replies": [..]}. */
-    explicit ReplyScript(const Node& node);
+    /** From a reply, or from "replies". Throws ScenarioError. */
+    explicit ReplyScript(const Node& node, Keys more = {});
 
     const Reply& next();
 

@@ -9,21 +9,7 @@
 namespace sim
 {
 
-/** "firmware": a service that updates its devices' firmware. Settings:
- *
- *  - "Updatable", "Unupdatable": the devices, as GetUpdatableDevices lists them
- *    with "PartNumber", "Name", "Model", "Identifier", "FirmwareVersion",
- *    "UpdateMethod" and "ControllerAddress";
- *  - "duration_ms": how long an update takes (3000);
- *  - "progress_before_reply": true for a service that reports its first
- *    progress before it replies;
- *  - "fail_at": the percentage at which it fails, with "error_code" (1);
- *  - "finish_at": the percentage at which all devices are reported done;
- *  - "malformed": true to report nonsense before each progress.
- *
- *  An update is accepted when its file can be read and an updatable device has
- *  the part number. When it is done, the devices have the version that the
- *  file's name has between its last "_" and its extension. */
+/** "firmware": a service that updates its devices' firmware. */
 class FirmwareModel : public Model
 {
   public:

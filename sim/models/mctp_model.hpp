@@ -6,15 +6,7 @@
 namespace sim
 {
 
-/** "mctp": an MCTP daemon. Settings:
- *
- *  - "endpoints": an array of {"eid", "address"}; "second" (8 bits) and "third"
- *    (16 bits) fill the two fields between them and default to 0. "spdm"
- *    describes the device behind the endpoint (spdm/config.md), or is an array
- *    with the words of a program that is the device (DeviceProgram); without
- *    it nothing there answers;
- *  - "roots": the folder that the devices' root certificates are left in, by
- *    default /run/bmcsim/roots. */
+/** "mctp": an MCTP daemon and the devices behind its endpoints. */
 class MctpModel : public Model
 {
   public:

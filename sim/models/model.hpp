@@ -16,7 +16,8 @@ class Bus;
  *  on the service's objects and keeps what they work on. It lives as long as
  *  the simulation.
  *
- *  A new model is a class in a file of its own and a line in model.cpp. */
+ *  A new model is a class in a file of its own, a line in model.cpp, and its
+ *  settings in sim/README.md. */
 class Model
 {
   public:

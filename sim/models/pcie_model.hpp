@@ -7,10 +7,7 @@
 namespace sim
 {
 
-/** "pcie": the PCIe devices a service looks after. Settings:
- *
- *  - "devices": an array of device records. A "PCIeAddress" that is a text in C
- *    notation goes out as the number. */
+/** "pcie": the PCIe devices a service looks after. */
 class PcieModel : public Model
 {
   public:

@@ -10,12 +10,7 @@
 namespace sim
 {
 
-/** "raid": a storage model whose volumes can be changed. Settings besides
- *  those of "storage":
- *
- *  - "update_delay_ms": time until StorageResourceUpdated follows a change;
- *  - "update_before_reply": true for a service that emits it, after that time,
- *    before it replies to the call.
+/** "raid": a storage model whose volumes can be changed.
  *
  *  The signal carries "Volumes" and the controller's volumes. Each method
  *  returns one of the numbers of Outcome; an unknown address is a bad request.

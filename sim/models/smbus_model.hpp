@@ -10,11 +10,7 @@
 namespace sim
 {
 
-/** "mctp-smbus": a running MCTP daemon of one I2C bus. Settings:
- *
- *  - "bus": its number
- *  - "first_eid", "pool_size": what it may assign; the size defaults to 0
- *  - "endpoints": addresses of the endpoints on the bus */
+/** "mctp-smbus": a running MCTP daemon of one I2C bus. */
 class SmbusModel : public Model
 {
   public:
@@ -25,9 +21,7 @@ class SmbusModel : public Model
 };
 
 /** "mctp-launcher": starts MCTP daemons on I2C buses, each as a service
- *  "xyz.openbmc_project.MCTP_SMBus_i2c" with the bus's number. Settings:
- *
- *  - "endpoints": bus number to the addresses of the endpoints there */
+ *  "xyz.openbmc_project.MCTP_SMBus_i2c" with the bus's number. */
 class LauncherModel : public Model
 {
   public:

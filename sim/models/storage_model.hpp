@@ -9,12 +9,7 @@
 namespace sim
 {
 
-/** "storage": the storage a service looks after. Settings:
- *
- *  - "controllers": device address to the controller's document, an object
- *    whose members "Drives", "Volumes" and "StoragePools" are arrays of items
- *    and whose "Storage" is an object;
- *  - "addressless": true for a service whose listings take no address.
+/** "storage": the storage a service looks after.
  *
  *  Each listing comes as one document with one member named after what was
  *  asked for. Address 0 asks for all controllers at once; an address that is

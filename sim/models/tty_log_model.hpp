@@ -9,8 +9,7 @@
 namespace sim
 {
 
-/** "ttylog": a service that saves the logs of its adapters' consoles. Setting
- *  "adapters": a list of {"address", "slot", "log"}, the log a list of lines.
+/** "ttylog": a service that saves the logs of its adapters' consoles.
  *
  *  CaptureTTYLog writes adapter_slot<slot>_tty.txt for the adapter of that
  *  address, for all with address 0, and returns how many it wrote. */
