@@ -1,4 +1,4 @@
-#include "session.hpp"
+#include "test/spdm/session.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,6 @@ using test::Delivery;
 using test::Fault;
 using test::Message;
 using test::Outcome;
-using test::Peer;
-using test::Pki;
 using test::Session;
 
 // Exchanges of the flow with a chain of two blocks.
@@ -20,12 +18,6 @@ constexpr size_t certificateStep = 4;
 constexpr size_t challengeStep = 6;
 constexpr size_t countStep = 7;
 constexpr size_t blockStep = 8;
-
-const Pki& pki()
-{
-    static const Pki made;
-    return made;
-}
 
 Fault at(size_t wanted, const std::function<void(Message&)>& change)
 {
@@ -46,11 +38,9 @@ Message error(uint8_t version, uint8_t code, const Message& data = {})
     return message;
 }
 
-Outcome attest(Fault fault, test::PeerSettings settings = {},
-               test::Use use = {})
+Outcome attest(Fault fault, test::Settings settings = {}, test::Use use = {})
 {
-    Peer peer(settings, pki());
-    Session session(peer, std::move(fault), use);
+    Session session(test::deviceOf(settings), std::move(fault), use);
     Outcome outcome = session.attest();
     EXPECT_EQ(session.acquired, 0);
     return outcome;
@@ -104,9 +94,9 @@ TEST(Errors, EachCodeHasItsStatusAtEachStep)
 
 TEST(Errors, ResynchronisationEndsTheConnection)
 {
-    Peer peer({}, pki());
-    Session session(peer, at(digestStep, [](Message& answer)
-                             { answer = error(answer[1], 0x43); }));
+    Session session(test::deviceOf(test::Settings{}),
+                    at(digestStep, [](Message& answer)
+                       { answer = error(answer[1], 0x43); }));
     EXPECT_EQ(session.attest().digest, LIBSPDM_STATUS_RESYNCH_PEER);
     uint32_t state = 99;
     EXPECT_EQ(session.get(LIBSPDM_DATA_CONNECTION_STATE, state), 0U);
@@ -151,8 +141,8 @@ Fault notReady(size_t wanted, const Message& data, bool always = false)
 
 TEST(NotReady, TheAnswerIsAskedForAgain)
 {
-    Peer peer({}, pki());
-    Session session(peer, notReady(digestStep, {1, 0x81, 7, 2}));
+    Session session(test::deviceOf(test::Settings{}),
+                    notReady(digestStep, {1, 0x81, 7, 2}));
     Outcome outcome = session.attest();
     EXPECT_EQ(outcome.digest, 0U);
     EXPECT_EQ(outcome.challenge, 0U);

@@ -1,5 +1,5 @@
-#include "peer.hpp"
 #include "sim/spdm/bytes.hpp"
+#include "test/spdm/responder/peer.hpp"
 
 #include <gtest/gtest.h>
 

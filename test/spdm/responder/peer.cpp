@@ -1,6 +1,5 @@
-#include "peer.hpp"
+#include "test/spdm/responder/peer.hpp"
 
-#include "../scratch_dir.hpp"
 #include "sim/spdm/bytes.hpp"
 #include "sim/spdm/openssl_owner.hpp"
 
@@ -21,32 +20,6 @@ namespace spdm_test
 using sim::spdm::check;
 using sim::spdm::Owner;
 using Certificate = Owner<X509, X509_free>;
-
-Bytes hex(const std::string& text)
-{
-    return sim::spdm::fromHex(text);
-}
-
-Bytes join(std::initializer_list<Bytes> parts)
-{
-    Bytes whole;
-    for (const Bytes& part : parts)
-    {
-        whole.insert(whole.end(), part.begin(), part.end());
-    }
-    return whole;
-}
-
-Bytes hashOf(const char* name, const Bytes& data)
-{
-    Bytes result(EVP_MAX_MD_SIZE);
-    size_t size = 0;
-    check(EVP_Q_digest(nullptr, name, nullptr, data.data(), data.size(),
-                       result.data(), &size),
-          name);
-    result.resize(size);
-    return result;
-}
 
 namespace
 {
@@ -81,13 +54,6 @@ Bytes derSignature(const Bytes& raw)
 }
 
 } // namespace
-
-sim::spdm::KeyStore& keyStore()
-{
-    static ScratchDir folder;
-    static sim::spdm::KeyStore store(folder.path());
-    return store;
-}
 
 bool signedBy(const Bytes& certificate, const char* hash, const Bytes& message,
               const Bytes& raw)
@@ -139,12 +105,6 @@ bool chainVerifies(const std::vector<Bytes>& chain, const Bytes& root)
     X509_STORE_CTX_init(context.get(), trusted.get(), leaf.get(),
                         between.get());
     return X509_verify_cert(context.get()) == 1;
-}
-
-Bytes readFile(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return Bytes{std::istreambuf_iterator<char>(file), {}};
 }
 
 Peer::Peer(const std::string& json) :

@@ -1,4 +1,4 @@
-#include "session.hpp"
+#include "test/spdm/session.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,16 +9,9 @@
 namespace
 {
 
+using test::deviceOf;
 using test::Outcome;
-using test::Peer;
-using test::Pki;
 using test::Session;
-
-const Pki& pki()
-{
-    static const Pki made;
-    return made;
-}
 
 void expectSuccess(const Outcome& outcome, size_t blocks)
 {
@@ -36,21 +29,24 @@ class Flow : public testing::TestWithParam<uint8_t>
 
 TEST_P(Flow, SignedBlocksOfOneSlot)
 {
-    Peer peer({.version = GetParam()}, pki());
-    Session session(peer);
-    test::Der root = pki().root;
+    Session session(deviceOf(test::Settings{.version = GetParam()}));
+    test::Message root = test::trustedRoot();
     ASSERT_EQ(session.addRoot(root), 0U);
     Outcome outcome = session.attest();
     expectSuccess(outcome, 3);
     EXPECT_EQ(outcome.slotMask, 1);
-    EXPECT_EQ(outcome.chain, test::makeChain(root, pki().row()));
+    test::Message front =
+        test::join({{0, 0, 0, 0}, test::hashOf("SHA384", root), root});
+    front[0] = static_cast<uint8_t>(outcome.chain.size());
+    front[1] = static_cast<uint8_t>(outcome.chain.size() >> 8);
+    ASSERT_GT(outcome.chain.size(), front.size());
+    EXPECT_TRUE(std::equal(front.begin(), front.end(), outcome.chain.begin()));
     EXPECT_EQ(session.acquired, 0);
 }
 
 TEST_P(Flow, EveryResponseFindsTheSameRoom)
 {
-    Peer peer({.version = GetParam()}, pki());
-    Session session(peer);
+    Session session(deviceOf(test::Settings{.version = GetParam()}));
     session.attest();
     for (size_t room : session.rooms)
     {
@@ -60,8 +56,7 @@ TEST_P(Flow, EveryResponseFindsTheSameRoom)
 
 TEST_P(Flow, TimeoutsAreRoundTripAndThePeersTime)
 {
-    Peer peer({.version = GetParam()}, pki());
-    Session session(peer);
+    Session session(deviceOf(test::Settings{.version = GetParam()}));
     session.attest();
     for (size_t i = 0; i < session.timeouts.size(); ++i)
     {
@@ -71,30 +66,30 @@ TEST_P(Flow, TimeoutsAreRoundTripAndThePeersTime)
 
 TEST_P(Flow, LengthThatIsToldChangesNothing)
 {
-    Peer peer({.version = GetParam()}, pki());
-    Session session(peer, {}, {.tellsLength = true});
+    Session session(deviceOf(test::Settings{.version = GetParam()}), {},
+                    {.tellsLength = true});
     expectSuccess(session.attest(), 3);
 }
 
 TEST_P(Flow, UnsignedBlocks)
 {
-    Peer peer({.version = GetParam(), .isSigning = false}, pki());
-    Session session(peer, {}, {.isSigned = false});
+    Session session(
+        deviceOf(test::Settings{.version = GetParam(), .isSigning = false}), {},
+        {.isSigned = false});
     expectSuccess(session.attest(), 3);
 }
 
 TEST_P(Flow, RecordIsTheBlock)
 {
-    Peer peer({.version = GetParam(), .blocks = 2, .valueSize = 5}, pki());
-    Session session(peer);
+    Session session(deviceOf(
+        test::Settings{.version = GetParam(), .blocks = 2, .valueSize = 5}));
     test::Message block{2, 1, 8, 0, 1, 5, 0, 2, 2, 2, 2, 2};
     EXPECT_EQ(session.attest().record, block);
 }
 
 TEST_P(Flow, RandomNoncesDiffer)
 {
-    Peer peer({.version = GetParam()}, pki());
-    Session session(peer);
+    Session session(deviceOf(test::Settings{.version = GetParam()}));
     session.attest();
     auto nonce = [&](size_t step)
     {
@@ -111,8 +106,7 @@ INSTANTIATE_TEST_SUITE_P(Versions, Flow,
 
 TEST(Requests, GetCapabilitiesOf13)
 {
-    Peer peer({.version = 0x13}, pki());
-    Session session(peer);
+    Session session(deviceOf(test::Settings{.version = 0x13}));
     session.attest();
     test::Message expected{0x05, 0x13, 0xE1, 0,    0, 0, 0, 0,    0, 0xC6, 0x62,
                            2,    0,    0,    0x12, 0, 0, 0, 0x12, 0, 0};
@@ -135,8 +129,8 @@ TEST(Requests, SizesOnTheWire)
                            Row{0x12, {5, 21, 49, 5, 9, 9, 37, 5, 38}},
                            Row{0x13, {5, 21, 49, 5, 9, 9, 45, 13, 46}}})
     {
-        Peer peer({.version = row.version, .blocks = 1}, pki());
-        Session session(peer);
+        Session session(
+            deviceOf(test::Settings{.version = row.version, .blocks = 1}));
         session.attest();
         std::vector<size_t> sizes(session.sent.size());
         std::transform(session.sent.begin(), session.sent.end(), sizes.begin(),
@@ -148,8 +142,8 @@ TEST(Requests, SizesOnTheWire)
 
 TEST(MultiKey, ItemsOfASlotAreReadBack)
 {
-    Peer peer({.version = 0x13, .slots = 5, .multiKey = true}, pki());
-    Session session(peer);
+    Session session(deviceOf(
+        test::Settings{.version = 0x13, .slots = 5, .multiKey = true}));
     expectSuccess(session.attest(), 3);
     uint8_t id = 0;
     uint8_t info = 0;
@@ -170,8 +164,8 @@ TEST(Chunks, LargeResponsesAreFetched)
 {
     for (uint8_t version : {uint8_t{0x12}, uint8_t{0x13}})
     {
-        Peer peer({.version = version, .chunk = 100, .valueSize = 2000}, pki());
-        Session session(peer);
+        Session session(deviceOf(test::Settings{
+            .version = version, .chunk = 100, .valueSize = 2000}));
         expectSuccess(session.attest(), 3);
         EXPECT_GT(session.sent.size(), 60U);
     }
@@ -179,31 +173,40 @@ TEST(Chunks, LargeResponsesAreFetched)
 
 TEST(Chunks, RequestsThatAreTooLargeArePartedToo)
 {
-    // The peer takes 42 bytes, and NEGOTIATE_ALGORITHMS has 48. It answers
-    // with an ERROR, since it does not know CHUNK_SEND.
-    Peer peer({.version = 0x12, .chunk = 42}, pki());
-    Session session(peer);
-    EXPECT_EQ(session.attest().connect, LIBSPDM_STATUS_INVALID_MSG_FIELD);
-    ASSERT_EQ(session.sent.size(), 3U);
-    EXPECT_EQ(session.sent[2].size(), 43U);
+    // The device takes 42 bytes, and NEGOTIATE_ALGORITHMS has 48.
+    Session session(deviceOf(test::Settings{.chunk = 42}));
+    expectSuccess(session.attest(), 3);
+    EXPECT_EQ(session.sent.at(2).size(), 43U);
     EXPECT_EQ(session.sent[2][2], SPDM_CHUNK_SEND);
+}
+
+TEST(Chunks, RequestsInPartsMayBeRefused)
+{
+    Session session(deviceOf(test::Settings{.chunk = 42}),
+                    [](size_t step, test::Message& answer)
+                    {
+                        if (step == 2)
+                        {
+                            answer = {5, 0x12, 0x7F, 0x07, SPDM_CHUNK_SEND};
+                        }
+                        return test::Delivery::normal;
+                    });
+    EXPECT_EQ(session.attest().connect, LIBSPDM_STATUS_INVALID_MSG_FIELD);
+    EXPECT_EQ(session.sent.size(), 3U);
 }
 
 TEST(Buffers, AreAskedForTheirRoom)
 {
-    Peer peer({}, pki());
-    Session tight(peer, {}, {.chainRoom = 1000});
+    Session tight(deviceOf(test::Settings{}), {}, {.chainRoom = 1000});
     EXPECT_EQ(tight.attest().certificate, LIBSPDM_STATUS_BUFFER_FULL);
-    Peer again({}, pki());
-    Session small(again, {}, {.recordRoom = 54});
+    Session small(deviceOf(test::Settings{}), {}, {.recordRoom = 54});
     Outcome outcome = small.attest();
     EXPECT_EQ(outcome.blocks.at(0), LIBSPDM_STATUS_BUFFER_TOO_SMALL);
 }
 
 TEST(Buffers, ReadsBeforeAConnectionFail)
 {
-    Peer peer({}, pki());
-    Session session(peer);
+    Session session(deviceOf(test::Settings{}));
     EXPECT_EQ(libspdm_get_digest(session.context(), nullptr, nullptr, nullptr),
               LIBSPDM_STATUS_UNSUPPORTED_CAP);
     EXPECT_TRUE(session.sent.empty());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "peer.hpp"
+#include "test/spdm/devices.hpp"
 
 extern "C"
 {
@@ -16,6 +16,8 @@ extern "C"
 
 namespace test
 {
+
+using Message = std::vector<uint8_t>;
 
 /** How the device side behaves in one exchange. */
 enum class Delivery
@@ -62,11 +64,11 @@ struct Use
     uint32_t flags{0x262C6};
 };
 
-/** A context whose device functions reach a peer in this process. */
+/** A requester whose device functions reach a device in this process. */
 class Session
 {
   public:
-    explicit Session(Peer& responder, Fault change = {}, Use how = {});
+    explicit Session(Device& responder, Fault change = {}, Use how = {});
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -79,7 +81,7 @@ class Session
     }
 
     /** Hands over a root certificate, which stays the caller's. */
-    libspdm_return_t addRoot(Der& root);
+    libspdm_return_t addRoot(Message& root);
 
     template <typename T>
     libspdm_return_t set(libspdm_data_type_t item, T value)
@@ -117,7 +119,7 @@ class Session
                                     uint64_t timeout);
     void measure(Outcome& outcome);
 
-    Peer& peer;
+    Device& device;
     Fault fault;
     Use use;
     std::vector<uint8_t> memory;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/spdm/device.hpp"
+#include "test/spdm/devices.hpp"
 
 #include <string>
 
@@ -13,16 +13,12 @@ namespace spdm_test
 using sim::spdm::Bytes;
 using sim::spdm::View;
 
-/** Bytes written as in a trace; throws for a typing error. */
-Bytes hex(const std::string& text);
-
-Bytes join(std::initializer_list<Bytes> parts);
-
-/** Hash by the name that OpenSSL has for it. */
-Bytes hashOf(const char* name, const Bytes& data);
-
-/** The key store that all tests share; its folder goes with the process. */
-sim::spdm::KeyStore& keyStore();
+using test::hashOf;
+using test::hex;
+using test::join;
+using test::keyStore;
+using test::readFile;
+using test::trustedRoot;
 
 /** Whether an ECDSA signature, r then s, is one of the message. */
 bool signedBy(const Bytes& certificate, const char* hash, const Bytes& message,
@@ -33,8 +29,6 @@ std::vector<Bytes> splitCertificates(View chain);
 
 /** Whether the chain leads to the root: its signatures, times and uses. */
 bool chainVerifies(const std::vector<Bytes>& chain, const Bytes& root);
-
-Bytes readFile(const std::filesystem::path& path);
 
 /** A requester that talks to a device of its own. */
 class Peer

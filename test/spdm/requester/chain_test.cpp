@@ -1,4 +1,5 @@
-#include "session.hpp"
+#include "test/spdm/certificates.hpp"
+#include "test/spdm/session.hpp"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,7 @@ using test::Spec;
 class Chain : public testing::Test
 {
   protected:
-    Chain() : peer({}, pki), session(peer)
+    Chain() : session(test::deviceOf(test::Settings{}))
     {
         setConnection<uint32_t>(LIBSPDM_DATA_BASE_ASYM_ALGO, 0x80);
         setConnection<uint32_t>(LIBSPDM_DATA_BASE_HASH_ALGO, 2);
@@ -52,7 +53,6 @@ class Chain : public testing::Test
     }
 
     Pki pki;
-    test::Peer peer;
     test::Session session;
 };
 
@@ -301,8 +301,7 @@ TEST_F(Chain, CertificatesAreFoundByNumber)
 TEST_F(Chain, RefusalOfTheBuiltInChecks)
 {
     Pki other;
-    test::Peer responder({}, pki);
-    test::Session own(responder);
+    test::Session own(test::deviceOf(test::Settings{}));
     ASSERT_EQ(own.addRoot(other.root), 0U);
     EXPECT_EQ(own.attest().certificate, LIBSPDM_STATUS_VERIF_NO_AUTHORITY);
 }
@@ -316,8 +315,7 @@ bool refuse(void* /*context*/, uint8_t /*slot*/, size_t /*size*/,
 
 TEST_F(Chain, RefusalOfTheProgram)
 {
-    test::Peer responder({}, pki);
-    test::Session own(responder);
+    test::Session own(test::deviceOf(test::Settings{}));
     libspdm_register_verify_spdm_cert_chain_func(own.context(), refuse);
     EXPECT_EQ(own.attest().certificate, LIBSPDM_STATUS_VERIF_FAIL);
 }

@@ -1,4 +1,4 @@
-#include "peer.hpp"
+#include "test/spdm/responder/peer.hpp"
 
 #include <gtest/gtest.h>
 

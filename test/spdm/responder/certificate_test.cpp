@@ -1,14 +1,9 @@
-#include "peer.hpp"
+#include "test/spdm/responder/peer.hpp"
 
 #include <gtest/gtest.h>
 
 namespace spdm_test
 {
-
-static Bytes trustedRoot()
-{
-    return readFile(keyStore().roots() / "ecp384" / "ca.cert.der");
-}
 
 /** The certificates of a chain whose hashes have 48 bytes. */
 static std::vector<Bytes> certificatesOf(const Bytes& chain)

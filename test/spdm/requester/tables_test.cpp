@@ -1,6 +1,6 @@
-#include "../src/requests.hpp"
-#include "../src/wire.hpp"
-#include "session.hpp"
+#include "subprojects/libspdm/src/requests.hpp"
+#include "subprojects/libspdm/src/wire.hpp"
+#include "test/spdm/session.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "session.hpp"
+#include "test/spdm/session.hpp"
 
 #include <algorithm>
 #include <array>
@@ -33,8 +33,8 @@ bool isFine(libspdm_return_t status)
     return !LIBSPDM_STATUS_IS_ERROR(status);
 }
 
-Session::Session(Peer& responder, Fault change, Use how) :
-    peer(responder),
+Session::Session(Device& responder, Fault change, Use how) :
+    device(responder),
     fault(std::move(change)),
     use(how),
     memory(libspdm_get_context_size())
@@ -69,7 +69,7 @@ Session::~Session()
     current = nullptr;
 }
 
-libspdm_return_t Session::addRoot(Der& root)
+libspdm_return_t Session::addRoot(Message& root)
 {
     libspdm_data_parameter_t parameter{};
     return libspdm_set_data(context(), LIBSPDM_DATA_PEER_PUBLIC_ROOT_CERT,
@@ -81,8 +81,8 @@ libspdm_return_t Session::send(void* /*context*/, size_t size,
 {
     const auto* bytes = static_cast<const uint8_t*>(message);
     current->sent.emplace_back(bytes, bytes + size);
-    Message answer = current->peer.answer(Message(bytes + 1, bytes + size));
-    answer.insert(answer.begin(), 5);
+    Message answer =
+        current->device.handle(current->sent.back()).value_or(Message{});
     current->delivery = Delivery::normal;
     if (current->fault)
     {

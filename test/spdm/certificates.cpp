@@ -1,4 +1,4 @@
-#include "certificates.hpp"
+#include "test/spdm/certificates.hpp"
 
 #include <openssl/ec.h>
 #include <openssl/x509v3.h>
