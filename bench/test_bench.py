@@ -2,10 +2,9 @@
 
 import json
 
-import cases
-import measure
 import pytest
-import report
+
+from bench import cases, measure, report
 
 
 def test_callgrinds_total_is_read():

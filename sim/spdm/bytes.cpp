@@ -1,4 +1,4 @@
-#include "bytes.hpp"
+#include "sim/spdm/bytes.hpp"
 
 #include <stdexcept>
 

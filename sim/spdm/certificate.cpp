@@ -1,6 +1,6 @@
-#include "certificate.hpp"
+#include "sim/spdm/certificate.hpp"
 
-#include "openssl_owner.hpp"
+#include "sim/spdm/openssl_owner.hpp"
 
 #include <openssl/asn1.h>
 #include <openssl/x509.h>

@@ -1,6 +1,6 @@
-#include "chunks.hpp"
+#include "sim/spdm/chunks.hpp"
 
-#include "bytes.hpp"
+#include "sim/spdm/bytes.hpp"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "handlers.hpp"
+#include "sim/spdm/handlers.hpp"
 
 #include <optional>
 

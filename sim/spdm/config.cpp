@@ -1,7 +1,8 @@
-#include "config.hpp"
+#include "sim/spdm/config.hpp"
 
-#include "fault_config.hpp"
-#include "json_fields.hpp"
+#include "sim/spdm/bytes.hpp"
+#include "sim/spdm/fault_config.hpp"
+#include "sim/spdm/words.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -50,82 +51,70 @@ constexpr Word<ChainDefect> defectWords[] = {
     {"no-signing-usage", ChainDefect::noSigningUsage},
     {"truncated-leaf", ChainDefect::truncatedLeaf}};
 
-/** A list of words; what stands there already if the member is absent. */
-template <typename T, size_t n>
-void readWords(Fields& fields, const char* key, std::vector<T>& list,
-               const Word<T> (&words)[n])
-{
-    if (fields.find(key) == nullptr)
-    {
-        return;
-    }
-    list.clear();
-    for (const auto& element : fields.array(key))
-    {
-        list.push_back(
-            fields.pick(element, std::span<const Word<T>>(words), key));
-    }
-}
-
 /** Longest value whose size fits a field of 16 bits with its header. */
 constexpr size_t longestValue = 0xfff0;
 /** Index 255 asks for all blocks, 0 for their number. */
 constexpr size_t mostBlocks = 254;
 
-Bytes readHex(Fields& fields, const char* key)
+Bytes readHex(const Node& node, const char* key)
 {
-    Bytes bytes = fields.hex(key);
+    if (!node.has(key))
+    {
+        return {};
+    }
+    Bytes bytes = bytesOf(node.at(key));
     if (bytes.size() > longestValue)
     {
-        fields.fail(key, "is too long");
+        node.at(key).fail("is too long");
     }
     return bytes;
 }
 
-void readCapabilities(const nlohmann::json& json, const std::string& place,
-                      DeviceConfig& config)
+/** A number that fits its type, from 0 unless told. */
+template <typename T>
+T number(const Node& node, const char* key, T absent,
+         uint64_t most = std::numeric_limits<T>::max(), uint64_t least = 0)
 {
-    Fields fields(json, place);
-    config.certificates = fields.flag("certificates", config.certificates);
-    config.challenge = fields.flag("challenge", config.challenge);
-    config.chunking = fields.flag("chunking", config.chunking);
+    return static_cast<T>(node.number(key, absent, least, most));
+}
+
+void readCapabilities(const Node& node, DeviceConfig& config)
+{
+    node.allowOnly(
+        {"certificates", "challenge", "chunking", "measurements", "multiKey"});
+    config.certificates = node.flag("certificates", config.certificates);
+    config.challenge = node.flag("challenge", config.challenge);
+    config.chunking = node.flag("chunking", config.chunking);
     config.measurements =
-        fields.word("measurements", config.measurements, measurementWords);
-    config.multiKey = fields.word("multiKey", config.multiKey, multiKeyWords);
-    fields.done();
+        pick(node, "measurements", config.measurements, measurementWords);
+    config.multiKey = pick(node, "multiKey", config.multiKey, multiKeyWords);
 }
 
-void readAlgorithms(const nlohmann::json& json, const std::string& place,
-                    DeviceConfig& config)
+void readAlgorithms(const Node& node, DeviceConfig& config)
 {
-    Fields fields(json, place);
-    readWords(fields, "asymmetric", config.curves, curveWords);
-    readWords(fields, "hash", config.hashes, hashWords);
-    config.measurementHash = fields.word(
-        "measurementHash", config.measurementHash, measurementHashWords);
-    fields.done();
+    node.allowOnly({"asymmetric", "hash", "measurementHash"});
+    pickList(node, "asymmetric", config.curves, curveWords);
+    pickList(node, "hash", config.hashes, hashWords);
+    config.measurementHash = pick(node, "measurementHash",
+                                  config.measurementHash, measurementHashWords);
 }
 
-SlotConfig readSlot(const nlohmann::json& json, const std::string& place,
-                    MultiKey multiKey)
+SlotConfig readSlot(const Node& node, MultiKey multiKey)
 {
-    Fields fields(json, place);
+    node.allowOnly({"slot", "intermediates", "keyPairId", "certInfo",
+                    "keyUsage", "defect", "leafFiller"});
     SlotConfig slot;
-    slot.number =
-        static_cast<uint8_t>(fields.number("slot", 0, 0, slotCount - 1));
-    slot.intermediates =
-        static_cast<unsigned>(fields.number("intermediates", 1, 0, 8));
+    slot.number = number(node, "slot", slot.number, slotCount - 1);
+    slot.intermediates = number(node, "intermediates", slot.intermediates, 8);
     // Without several keys there is one, which all slots certify.
-    uint64_t key = multiKey == MultiKey::none ? 1 : slot.number + 1U;
-    slot.keyPairId =
-        static_cast<uint8_t>(fields.number("keyPairId", key, 0, 0xff));
-    slot.certInfo =
-        static_cast<uint8_t>(fields.number("certInfo", slot.certInfo, 0, 0xff));
-    slot.keyUsage = static_cast<uint16_t>(
-        fields.number("keyUsage", slot.keyUsage, 0, 0xffff));
-    slot.defect = fields.word("defect", slot.defect, defectWords);
-    slot.leafFiller = fields.number("leafFiller", 0, 0, 60000);
-    fields.done();
+    bool isShared = multiKey == MultiKey::none;
+    slot.keyPairId = number(node, "keyPairId",
+                            isShared ? slot.keyPairId
+                                     : static_cast<uint8_t>(slot.number + 1));
+    slot.certInfo = number(node, "certInfo", slot.certInfo);
+    slot.keyUsage = number(node, "keyUsage", slot.keyUsage);
+    slot.defect = pick(node, "defect", slot.defect, defectWords);
+    slot.leafFiller = number(node, "leafFiller", slot.leafFiller, 60000);
     return slot;
 }
 
@@ -133,13 +122,13 @@ SlotConfig readSlot(const nlohmann::json& json, const std::string& place,
  * The value of a block: given, to be hashed, or made up of a given size, which
  * also fills up a shorter given one.
  */
-void readValue(Fields& fields, BlockConfig& block)
+void readValue(const Node& node, BlockConfig& block)
 {
-    Bytes given = readHex(fields, "value");
-    Bytes hashed = readHex(fields, "digestOf");
+    Bytes given = readHex(node, "value");
+    Bytes hashed = readHex(node, "digestOf");
     block.digestOfValue = !hashed.empty();
     block.value = block.digestOfValue ? hashed : given;
-    size_t size = fields.number("size", block.value.size(), 0, longestValue);
+    size_t size = number(node, "size", block.value.size(), longestValue);
     for (size_t i = block.value.size(); i < size; i++)
     {
         block.value.push_back(
@@ -147,101 +136,101 @@ void readValue(Fields& fields, BlockConfig& block)
     }
 }
 
-BlockConfig readBlock(const nlohmann::json& json, const std::string& place)
+BlockConfig readBlock(const Node& node)
 {
-    Fields fields(json, place);
+    node.allowOnly({"index", "type", "value", "digestOf", "size", "claimedSize",
+                    "trustedBase"});
     BlockConfig block;
-    block.index = static_cast<uint8_t>(fields.number("index", 1, 1, 0xfe));
-    block.type = static_cast<uint8_t>(fields.number("type", 0, 0, 0xff));
-    readValue(fields, block);
-    if (fields.find("claimedSize") != nullptr)
+    block.index = number(node, "index", block.index, mostBlocks, 1);
+    block.type = number(node, "type", block.type);
+    readValue(node, block);
+    if (node.has("claimedSize"))
     {
-        block.claimedSize =
-            static_cast<uint16_t>(fields.number("claimedSize", 0, 0, 0xffff));
+        block.claimedSize = number(node, "claimedSize", uint16_t{0});
     }
     uint8_t kind = block.type & measurement::typeMask;
     block.trustedBase =
-        fields.flag("trustedBase", kind == measurement::immutableRom ||
-                                       kind == measurement::mutableFirmware);
-    fields.done();
+        node.flag("trustedBase", kind == measurement::immutableRom ||
+                                     kind == measurement::mutableFirmware);
     return block;
 }
 
-void readSizes(Fields& fields, DeviceConfig& config)
+void readSizes(const Node& node, DeviceConfig& config)
 {
-    constexpr uint64_t most = std::numeric_limits<uint32_t>::max();
-    config.dataTransferSize = static_cast<uint32_t>(
-        fields.number("dataTransferSize", config.dataTransferSize, 0, most));
+    config.dataTransferSize =
+        number(node, "dataTransferSize", config.dataTransferSize);
     // Only chunking makes a message longer than one transfer.
     uint32_t longest = config.chunking
                          ? std::max(config.dataTransferSize, uint32_t{4608})
                          : config.dataTransferSize;
-    config.maxMessageSize = static_cast<uint32_t>(
-        fields.number("maxMessageSize", longest, 0, most));
-    config.transmitSize = static_cast<uint32_t>(fields.number(
-        "transmitSize", config.dataTransferSize, minDataTransferSize, most));
+    config.maxMessageSize = number(node, "maxMessageSize", longest);
+    config.transmitSize =
+        number(node, "transmitSize", config.dataTransferSize,
+               std::numeric_limits<uint32_t>::max(), minDataTransferSize);
 }
 
-void readLists(Fields& fields, DeviceConfig& config)
+/** The items of a list, each read; none if the member is absent. */
+template <typename T>
+std::vector<T> readList(const Node& node, const char* key,
+                        const std::function<T(const Node&)>& read)
 {
-    if (fields.find("slots") != nullptr)
+    std::vector<T> list;
+    if (auto member = node.find(key))
     {
-        config.slots.clear();
+        member->eachItem([&](const Node& item) { list.push_back(read(item)); });
     }
-    for (const auto& json : fields.array("slots"))
-    {
-        config.slots.push_back(readSlot(
-            json, fields.under("slots", config.slots.size()), config.multiKey));
-    }
-    if (fields.array("measurements").size() > mostBlocks)
-    {
-        fields.fail("measurements", "has more blocks than there are indices");
-    }
-    for (const auto& json : fields.array("measurements"))
-    {
-        config.blocks.push_back(readBlock(
-            json, fields.under("measurements", config.blocks.size())));
-    }
-    for (const auto& json : fields.array("faults"))
-    {
-        config.faults.push_back(
-            readFault(json, fields.under("faults", config.faults.size())));
-    }
+    return list;
 }
 
-void readOpaque(Fields& fields, DeviceConfig& config)
+void readLists(const Node& node, DeviceConfig& config)
 {
-    config.challengeOpaque = readHex(fields, "challengeOpaque");
-    config.measurementOpaque = readHex(fields, "measurementOpaque");
+    if (node.has("slots"))
+    {
+        config.slots = readList<SlotConfig>(
+            node, "slots",
+            [&](const Node& item) { return readSlot(item, config.multiKey); });
+    }
+    config.blocks = readList<BlockConfig>(node, "measurements", readBlock);
+    if (config.blocks.size() > mostBlocks)
+    {
+        node.at("measurements").fail("has more blocks than there are indices");
+    }
+    config.faults = readList<Fault>(node, "faults", readFault);
 }
 
 } // namespace
 
-DeviceConfig parseDeviceConfig(const nlohmann::json& json)
+DeviceConfig parseDeviceConfig(const Node& node)
 {
+    node.allowOnly({"versions", "capabilities", "algorithms", "slots",
+                    "measurements", "claimedBlocks", "dataTransferSize",
+                    "maxMessageSize", "transmitSize", "ctExponent",
+                    "challengeOpaque", "measurementOpaque", "faults"});
     DeviceConfig config;
-    Fields fields(json, "device");
-    readWords(fields, "versions", config.versions, versionWords);
-    if (const auto* part = fields.find("capabilities"))
+    pickList(node, "versions", config.versions, versionWords);
+    if (auto part = node.find("capabilities"))
     {
-        readCapabilities(*part, "device.capabilities", config);
+        readCapabilities(*part, config);
     }
-    if (const auto* part = fields.find("algorithms"))
+    if (auto part = node.find("algorithms"))
     {
-        readAlgorithms(*part, "device.algorithms", config);
+        readAlgorithms(*part, config);
     }
-    readLists(fields, config);
-    readSizes(fields, config);
-    readOpaque(fields, config);
-    config.ctExponent =
-        static_cast<uint8_t>(fields.number("ctExponent", 0, 0, 31));
-    if (fields.find("claimedBlocks") != nullptr)
+    readLists(node, config);
+    readSizes(node, config);
+    config.challengeOpaque = readHex(node, "challengeOpaque");
+    config.measurementOpaque = readHex(node, "measurementOpaque");
+    config.ctExponent = number(node, "ctExponent", config.ctExponent, 31);
+    if (node.has("claimedBlocks"))
     {
-        config.claimedBlocks =
-            static_cast<uint8_t>(fields.number("claimedBlocks", 0, 0, 0xff));
+        config.claimedBlocks = number(node, "claimedBlocks", uint8_t{0});
     }
-    fields.done();
     return config;
+}
+
+DeviceConfig parseDeviceConfig(const Json& json)
+{
+    return parseDeviceConfig(Node(json, "device"));
 }
 
 } // namespace sim::spdm

@@ -1,14 +1,13 @@
 #pragma once
 
-#include "crypto.hpp"
-
-#include <nlohmann/json_fwd.hpp>
+#include "sim/scenario/node.hpp"
+#include "sim/spdm/crypto.hpp"
 
 #include <chrono>
 #include <optional>
 
 // What one simulated device is: read from JSON once, constant afterwards. The
-// JSON form is told in config.md next to this file.
+// JSON form is told in sim/README.md.
 
 namespace sim::spdm
 {
@@ -131,10 +130,15 @@ struct DeviceConfig
     std::vector<Fault> faults;
 };
 
+/** Bytes written in hexadecimal. Throws ScenarioError. */
+Bytes bytesOf(const Node& node);
+
 /**
- * Reads a device from its JSON form. Throws std::invalid_argument, with the
- * place in the text, for an unknown key, a wrong type and a value out of range.
+ * Reads a device from its JSON form. Throws ScenarioError for an unknown key, a
+ * wrong type and a value out of range.
  */
-DeviceConfig parseDeviceConfig(const nlohmann::json& json);
+DeviceConfig parseDeviceConfig(const Node& node);
+/** The same of a document of its own. */
+DeviceConfig parseDeviceConfig(const Json& json);
 
 } // namespace sim::spdm

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "crypto.hpp"
+#include "sim/spdm/crypto.hpp"
 
 #include <optional>
 #include <stdexcept>

@@ -1,7 +1,7 @@
-#include "crypto.hpp"
+#include "sim/spdm/crypto.hpp"
 
-#include "bytes.hpp"
-#include "openssl_owner.hpp"
+#include "sim/spdm/bytes.hpp"
+#include "sim/spdm/openssl_owner.hpp"
 
 #include <openssl/bn.h>
 #include <openssl/ec.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "protocol.hpp"
+#include "sim/spdm/protocol.hpp"
 
 #include <openssl/types.h>
 

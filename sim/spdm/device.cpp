@@ -1,6 +1,6 @@
-#include "device.hpp"
+#include "sim/spdm/device.hpp"
 
-#include "bytes.hpp"
+#include "sim/spdm/bytes.hpp"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "chunks.hpp"
-#include "faults.hpp"
+#include "sim/spdm/chunks.hpp"
+#include "sim/spdm/faults.hpp"
 
 namespace sim::spdm
 {

@@ -1,6 +1,9 @@
-#include "fault_config.hpp"
+#include "sim/spdm/fault_config.hpp"
 
-#include "json_fields.hpp"
+#include "sim/spdm/bytes.hpp"
+#include "sim/spdm/words.hpp"
+
+#include <limits>
 
 namespace sim::spdm
 {
@@ -45,43 +48,53 @@ constexpr Word<Kind> kindWords[] = {
     {"dead", {FaultKind::dead}},
     {"mutate", {FaultKind::mutate}}};
 
-void readKind(Fields& fields, Fault& fault)
+void readKind(const Node& node, Fault& fault)
 {
-    if (fields.find("kind") == nullptr)
-    {
-        fields.fail("kind", "is missing");
-    }
-    Kind kind = fields.word("kind", Kind{FaultKind::dead}, kindWords);
+    Kind kind = pick(node.at("kind"), kindWords);
     fault.kind = kind.kind;
-    fault.code =
-        static_cast<uint8_t>(fields.number("code", kind.code, 0, 0xff));
-    fault.data = static_cast<uint8_t>(fields.number("data", 0, 0, 0xff));
+    fault.code = static_cast<uint8_t>(node.number("code", kind.code, 0, 0xff));
+    fault.data = static_cast<uint8_t>(node.number("data", 0, 0, 0xff));
 }
 
-void readAmounts(Fields& fields, Fault& fault)
+void readAmounts(const Node& node, Fault& fault)
 {
     constexpr uint64_t most = 65536;
-    fault.bytes = fields.number("bytes", 0, 0, most);
-    fault.seed = fields.number("seed", 0, 0, UINT64_MAX);
-    fault.changes = static_cast<unsigned>(fields.number("changes", 1, 1, most));
+    fault.bytes = node.number("bytes", 0, 0, most);
+    fault.seed = node.number("seed", 0);
+    fault.changes = static_cast<unsigned>(node.number("changes", 1, 1, most));
     fault.delay =
-        std::chrono::milliseconds(fields.number("milliseconds", 0, 0, 3600000));
-    fault.answer = fields.hex("answer");
+        std::chrono::milliseconds(node.number("milliseconds", 0, 0, 3600000));
+    if (auto answer = node.find("answer"))
+    {
+        fault.answer = bytesOf(*answer);
+    }
 }
 
 } // namespace
 
-Fault readFault(const nlohmann::json& json, const std::string& place)
+Bytes bytesOf(const Node& node)
 {
-    Fields fields(json, place);
+    try
+    {
+        return fromHex(node.text());
+    }
+    catch (const std::invalid_argument& error)
+    {
+        node.fail(std::string("has ") + error.what());
+    }
+}
+
+Fault readFault(const Node& node)
+{
+    constexpr uint64_t most = std::numeric_limits<unsigned>::max();
+    node.allowOnly({"at", "nth", "times", "kind", "code", "data", "bytes",
+                    "seed", "changes", "milliseconds", "answer"});
     Fault fault;
-    fault.at = fields.word("at", fault.at, requestWords);
-    fault.nth = static_cast<unsigned>(fields.number("nth", 1, 1, UINT32_MAX));
-    fault.times =
-        static_cast<unsigned>(fields.number("times", 1, 0, UINT32_MAX));
-    readKind(fields, fault);
-    readAmounts(fields, fault);
-    fields.done();
+    fault.at = pick(node, "at", fault.at, requestWords);
+    fault.nth = static_cast<unsigned>(node.number("nth", 1, 1, most));
+    fault.times = static_cast<unsigned>(node.number("times", 1, 0, most));
+    readKind(node, fault);
+    readAmounts(node, fault);
     return fault;
 }
 

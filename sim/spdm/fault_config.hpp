@@ -1,13 +1,11 @@
 #pragma once
 
-#include "config.hpp"
-
-#include <string>
+#include "sim/spdm/config.hpp"
 
 namespace sim::spdm
 {
 
 /** Reads one element of "faults"; errors as with parseDeviceConfig. */
-Fault readFault(const nlohmann::json& json, const std::string& place);
+Fault readFault(const Node& node);
 
 } // namespace sim::spdm

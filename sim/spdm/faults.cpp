@@ -1,4 +1,4 @@
-#include "faults.hpp"
+#include "sim/spdm/faults.hpp"
 
 #include <algorithm>
 #include <random>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config.hpp"
+#include "sim/spdm/config.hpp"
 
 #include <map>
 

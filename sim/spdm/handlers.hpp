@@ -1,7 +1,7 @@
 #pragma once
 
-#include "connection.hpp"
-#include "identity.hpp"
+#include "sim/spdm/connection.hpp"
+#include "sim/spdm/identity.hpp"
 
 #include <string_view>
 

@@ -1,4 +1,4 @@
-#include "identity.hpp"
+#include "sim/spdm/identity.hpp"
 
 #include <algorithm>
 

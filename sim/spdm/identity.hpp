@@ -1,6 +1,6 @@
 #pragma once
 
-#include "key_store.hpp"
+#include "sim/spdm/key_store.hpp"
 
 #include <map>
 

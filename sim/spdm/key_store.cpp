@@ -1,6 +1,6 @@
-#include "key_store.hpp"
+#include "sim/spdm/key_store.hpp"
 
-#include "bytes.hpp"
+#include "sim/spdm/bytes.hpp"
 
 #include <fstream>
 #include <stdexcept>

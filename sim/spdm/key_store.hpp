@@ -1,7 +1,7 @@
 #pragma once
 
-#include "certificate.hpp"
-#include "config.hpp"
+#include "sim/spdm/certificate.hpp"
+#include "sim/spdm/config.hpp"
 
 #include <array>
 #include <filesystem>

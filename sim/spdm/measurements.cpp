@@ -1,5 +1,5 @@
-#include "bytes.hpp"
-#include "handlers.hpp"
+#include "sim/spdm/bytes.hpp"
+#include "sim/spdm/handlers.hpp"
 
 namespace sim::spdm
 {

@@ -1,6 +1,4 @@
-#include "device.hpp"
-
-#include <nlohmann/json.hpp>
+#include "sim/spdm/device.hpp"
 
 #include <array>
 #include <cstdio>
@@ -84,7 +82,7 @@ int run(const char* configFile, const char* keyFolder)
 {
     std::ifstream file(configFile);
     sim::spdm::DeviceConfig config =
-        sim::spdm::parseDeviceConfig(nlohmann::json::parse(file));
+        sim::spdm::parseDeviceConfig(sim::Json::parse(file));
     sim::spdm::KeyStore store(keyFolder);
     sim::spdm::Device device(std::move(config), store);
     return serve(device);

@@ -1,5 +1,5 @@
-#include "bytes.hpp"
-#include "connection.hpp"
+#include "sim/spdm/bytes.hpp"
+#include "sim/spdm/connection.hpp"
 
 namespace sim::spdm
 {

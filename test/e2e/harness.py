@@ -8,14 +8,10 @@ import select
 import signal
 import struct
 import subprocess
-import sys
 import time
 from typing import Any, NamedTuple
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] /
-                       "scripts"))
-
-import sim_env  # noqa: E402  (the path above leads to it)
+from sim.launch import env as sim_env
 
 TIMEOUT = 20
 # Handed on to the programs under test; all else is set to the same for all.

@@ -8,8 +8,8 @@ import pytest
 
 import attest_support as a
 import scenarios as s
-import sim_env
 from attest_support import ERROR
+from harness import sim_env
 
 DEVICE = str(pathlib.Path(os.environ["BMCSIM"]).parent / "spdm/spdm-device")
 NO_ANSWER = (ERROR, f"[ERR] Tx/Rx SPDM msg failed. EID={a.EID}, {s.MCTP}")

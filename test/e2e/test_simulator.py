@@ -59,7 +59,7 @@ def test_every_call_is_logged_with_its_arguments(bmc):
     assert answer(bmc, "Take", "uayasv", "9", "2", "1", "255", "1", "x", "s",
                   "y") == [True]
     refused = ask(bmc, "Take", "s", "x")
-    assert "Invalid arguments 's' to call Take()." in refused.err
+    assert refusal("Take", "s", "uayasv") in refused.err
     assert refused.status == 1
     assert bmc.calls() == [
         Call(NAME, PATH, FACE, "Take", "uayasv",
@@ -185,6 +185,75 @@ def test_a_fault_lies_over_a_model_and_may_let_calls_pass(bmc):
     assert answer(bmc, "GetDrives", "u", "9175040") == ["x"]
 
 
+def refusal(member, given, wanted, interface=FACE):
+    """What an sd-bus service says to arguments that it does not take."""
+    return (f"Invalid arguments '{given}' to call {interface}.{member}(), "
+            f"expecting '{wanted}'.")
+
+
+def test_a_fault_does_not_take_what_its_method_refuses(bmc):
+    """A real service checks the arguments before it can fail."""
+    bmc.start(s.merge(
+        s.storage("rsa", {1: {"Drives": []}}),
+        s.fault("GetDrives", s.error(), owner=NAME),
+        s.fault("GetAll", s.error(), owner=NAME)))
+    assert refusal("GetDrives", "s", "u") in ask(
+        bmc, "GetDrives", "s", "x").err
+    assert "It did not work." in ask(bmc, "GetDrives", "u", "1").err
+    assert "Only Get(ss) and GetAll(s) are here." in ask(
+        bmc, "GetAll", "u", "1", interface=s.PROPERTIES).err
+    assert "It did not work." in ask(
+        bmc, "GetAll", "s", FACE, interface=s.PROPERTIES).err
+
+
+def test_a_fault_may_stand_for_a_method_that_is_not_there(bmc):
+    """Nothing says what it would take."""
+    bmc.start(s.merge(s.storage("rsa", {}), s.fault("GetFans", {"text": "x"})))
+    assert answer(bmc, "GetFans", "s", "y") == ["x"]
+
+
+@pytest.mark.parametrize("settings, wanted, given", [
+    ({}, "u", []), ({"addressless": True}, "", ["u", "1"])])
+def test_a_listing_takes_an_address_or_none(bmc, settings, wanted, given):
+    """A method of a service has one signature."""
+    bmc.start(s.storage("rsa", {1: {"Volumes": []}}, **settings))
+    assert answer(bmc, "GetVolumes", *(["u", "1"] if wanted else [])) == [
+        '{"Volumes":[]}']
+    assert refusal("GetVolumes", "".join(given[:1]), wanted) in ask(
+        bmc, "GetVolumes", *given).err
+
+
+VOLUME = {"Volume": {"RAIDType": "RAID0", "DisplayName": "v", "Links": {
+    "Drives": [{"@odata.id": 2}]}}}
+NAMED = {"Volume": {"DisplayName": "w"}}
+
+
+@pytest.mark.parametrize("member, before, taken, refused", [
+    ("CreateVolume", [], [VOLUME], [[VOLUME], {"Volumes": [VOLUME]}]),
+    ("CreateVolumes", [], [[VOLUME]], [VOLUME]),
+    ("CreateVolumes", [], [{"Volumes": [VOLUME]}], [VOLUME, []]),
+    ("EditVolume", ["400"], [NAMED], [[NAMED], {"Volumes": [NAMED]}]),
+])
+def test_each_change_takes_its_own_document(bmc, member, before, taken,
+                                            refused):
+    """One volume, or several; the service answers 1 to anything else."""
+    drives = [{"CapacityBytes": 9, "Internal": {"ResourceId": 2}}]
+    volumes = [{"Name": "o", "WriteCachePolicy": "Off",
+                "Internal": {"ResourceId": 400}}]
+    bmc.start(s.service(NAME, models=[
+        {"model": "raid", "path": PATH,
+         "controllers": {"1": {"Drives": drives, "Volumes": volumes}}}]))
+
+    def send(document):
+        return answer(bmc, member, "u" * (1 + len(before)) + "s", "1",
+                      *before, json.dumps(document),
+                      interface="com.mervax.Operation.Storage.Volume")
+    for document in refused:
+        assert send(document) == [1]
+    for document in taken:
+        assert send(document) == [0]
+
+
 def sub_tree(bmc, root, depth, *interfaces):
     return ask(bmc, "GetSubTree", "sias", root, str(depth),
                str(len(interfaces)), *interfaces, name=s.MAPPER,
@@ -217,7 +286,7 @@ def test_a_routing_table_is_encoded_from_its_endpoints(bmc):
 
 @pytest.mark.parametrize("part, complaint", [
     ({"services": {NAME: {"object": {}}}},
-     f"bmcsim: /services/{NAME}/object: is not a known member"),
+     f"bmcsim: /services/{NAME}/object: is none of objects, models"),
     (scripted("M", {"out": "y", "return": [256]}),
      f"bmcsim: /services/{NAME}/objects/{PATH}/{FACE}/methods/M/return/0: "
      "is out of the range of type y"),

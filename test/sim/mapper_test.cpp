@@ -1,4 +1,4 @@
-#include "mapper.hpp"
+#include "sim/models/mapper.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "faults.hpp"
-#include "reply.hpp"
+#include "sim/bus/faults.hpp"
+#include "sim/bus/reply.hpp"
 
 #include <gtest/gtest.h>
 

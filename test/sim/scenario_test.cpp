@@ -1,4 +1,4 @@
-#include "scenario.hpp"
+#include "sim/scenario/scenario.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "value.hpp"
+#include "sim/bus/value.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,185 @@
+"""Measures the release build on the simulated BMC; see bench/run."""
+
+import contextlib
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+from bench import cases, measure, report
+from sim.launch import env
+
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parent
+BUILD = ROOT / "build-release"
+PLAIN = ROOT / "build-release-plain"  # without attestation
+FLOOR = BUILD / "bench-floor"
+ZANTRIC = BUILD / "tool/zantric"
+PLAIN_ZANTRIC = PLAIN / "tool/zantric"
+ROUNDS, RUNS = 20, 5
+
+
+def shell(script):
+    """Runs a line of shell that knows the functions of the scripts."""
+    line = f'. "{ROOT}/scripts/lib.sh"; {script}'
+    if subprocess.run(["bash", "-euo", "pipefail", "-c", line],
+                      check=False).returncode != 0:
+        raise measure.Failure("the preparation failed")
+
+
+def prepare():
+    """Installs what is missing and builds what is measured."""
+    shell('install_packages "${packages[@]}" hyperfine valgrind time')
+    shell(f'cd "{ROOT}"; '
+          f'build_in "{BUILD}" --buildtype=release -Dtests=disabled; '
+          f'build_in "{PLAIN}" --buildtype=release -Dtests=disabled '
+          '-Dattest=disabled -Dsim=disabled; '
+          f'cc -O2 -o "{FLOOR}" bench/floor.c '
+          '$(pkg-config --cflags --libs libsystemd)')
+
+
+def say(text):
+    """Tells how far it is."""
+    print(text, file=sys.stderr, flush=True)
+
+
+@contextlib.contextmanager
+def simulated(scenario, folder):
+    """The simulated BMC while it plays a scenario; gives its call log."""
+    log = pathlib.Path(folder, "calls")
+    log.write_bytes(b"")
+    if not isinstance(scenario, pathlib.Path):
+        document = pathlib.Path(folder, "scenario.json")
+        document.write_text(json.dumps(scenario))
+        scenario = document
+    process = env.start_bmc(str(BUILD / "sim/bmcsim"), [str(scenario)],
+                            str(log))
+    try:
+        yield log
+    finally:
+        env.stop_process(process)
+
+
+def compare(commands, rounds=ROUNDS, runs=RUNS):
+    """What each of the commands costs, and its ratio to the first."""
+    base = next(iter(commands))
+    rows = measure.paired_times(commands, rounds, runs)
+    columns = {
+        "time": measure.paired_ratios(rows, base),
+        "ms": {name: 1000 * min(row[name] for row in rows)
+               for name in commands},
+        "instructions": {name: measure.instructions(command)
+                         for name, command in commands.items()},
+        "kB": {name: measure.memory(command)
+               for name, command in commands.items()},
+    }
+    return {name: {column: values[name] for column, values in columns.items()}
+            for name in commands}
+
+
+def whole_listing(folder):
+    """The listing of the default scenario against the same calls in C."""
+    default = ROOT / "sim/scenarios/default.json"
+    with simulated(default, folder) as log:
+        subprocess.run([ZANTRIC], check=True, stdout=subprocess.DEVNULL)
+        calls = [json.loads(line) for line in log.read_text().splitlines()]
+        return compare({"floor": [str(FLOOR), *cases.floor_words(calls)],
+                        "zantric": [str(ZANTRIC)]})
+
+
+def one_call(size, folder, rounds):
+    """One storage call by every competitor."""
+    with simulated(cases.volumes(size), folder):
+        return compare(cases.competitors(str(ZANTRIC), str(FLOOR)), rounds)
+
+
+def growth(points, scenario_of, command, folder):
+    """Cost of a command as its input grows."""
+    result = {}
+    for point in points:
+        with simulated(scenario_of(point), folder):
+            seconds = measure.times({"it": command}, 5, 1, "min")["it"]
+            result[point] = {"ms": 1000 * seconds,
+                             "instructions": measure.instructions(command)}
+    return result
+
+
+def all_growth(folder):
+    """Every input that may grow, and how."""
+    tool = str(ZANTRIC)
+    listing = [tool, "-o", "list", "-t"]
+    attest = [tool, "-o", "attest", "-a", hex(cases.ADDRESS)]
+    counts = (10, 100, 1000, 10000)
+    yield "drives listed", growth(
+        counts, cases.drives, [*listing, "Drives", "-s", "rsa"], folder)
+    yield "devices listed", growth(counts, cases.devices, [tool], folder)
+    yield "bytes of a document shown", growth(
+        (1000, 10000, 100000, 1000000, 10000000), cases.volumes,
+        [tool, "-o", "show", "-t", "Volumes", "-s", "rsa", "-a", "1"], folder)
+    yield "certificate slots attested", growth(
+        (1, 2, 4, 8), lambda slots: cases.attestation(slots, 4), attest,
+        folder)
+    yield "measurement blocks attested", growth(
+        (1, 10, 100), lambda blocks: cases.attestation(1, blocks), attest,
+        folder)
+
+
+def start_up(folder):
+    """Instructions of a listing with attestation built in and without."""
+    words = ["-o", "list", "-t", "Volumes", "-s", "rsa"]
+    with simulated(cases.volumes(3000), folder):
+        return {name: measure.instructions([str(program), *words])
+                for name, program in (("with", ZANTRIC),
+                                      ("without", PLAIN_ZANTRIC))}
+
+
+def run(folder):
+    """Every measurement."""
+    results = {"machine": report.machine()}
+    say("one call, 3 kB")
+    results["call 3 kB"] = one_call(3000, folder, ROUNDS)
+    say("one call, 1 MB")
+    results["call 1 MB"] = one_call(1000000, folder, 4)
+    say("whole listing")
+    results["listing"] = whole_listing(folder)
+    results["growth"] = {}
+    for name, costs in all_growth(folder):
+        say(name)
+        results["growth"][name] = costs
+    results["start"] = start_up(folder)
+    results["size"] = dict(zip(
+        ("file", "loaded"), measure.stripped_size(PLAIN_ZANTRIC, folder)))
+    return results
+
+
+def main(words):
+    """Prepares, measures, reports."""
+    results_folder = pathlib.Path(words[0] if words else HERE / "results")
+    results_folder = results_folder.resolve()
+    prepare()
+    results_folder.mkdir(parents=True, exist_ok=True)
+    env.enter([ROOT, results_folder])
+    daemons = [env.start_bus(), env.start_journal()]
+    try:
+        with tempfile.TemporaryDirectory() as folder:
+            results = run(folder)
+    finally:
+        for daemon in daemons:
+            env.stop_process(daemon)
+    table = report.markdown(results)
+    (results_folder / "results.json").write_text(
+        json.dumps(results, indent=2) + "\n")
+    (results_folder / "results.md").write_text(table)
+    print(table, end="")
+    return 0 if all(goal.met for goal in report.goals(results)) else 1
+
+
+if __name__ == "__main__":
+    try:
+        if os.geteuid() != 0:
+            raise measure.Failure("the simulator needs root")
+        sys.exit(main(sys.argv[1:]))
+    except (measure.Failure, env.Failure) as failure:
+        sys.exit(f"bench: {failure}")

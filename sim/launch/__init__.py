@@ -1,0 +1,1 @@
+"""Starts the simulated BMC: the private world around it, and it."""

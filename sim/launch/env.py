@@ -1,0 +1,259 @@
+"""The private world of the simulator: mounts, a message bus, a journal.
+
+scripts/sim runs a command in it; the end-to-end tests and the benchmark import
+it. Everything it makes lives in a mount namespace of the calling process and on
+memory file systems in it, so that nothing of it can be left behind.
+"""
+
+import ctypes
+import os
+import pathlib
+import select
+import shlex
+import signal
+import socket
+import subprocess
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+PRIVATE = ("/run", "/tmp", "/pstorage", "/sys/bus")
+JOURNALD = "/lib/systemd/systemd-journald"
+BUS_SOCKET = "/run/dbus/system_bus_socket"
+BUS_ADDRESS = "unix:path=" + BUS_SOCKET
+START_SECONDS = 20
+END_SECONDS = 5
+
+_LIBC = ctypes.CDLL(None, use_errno=True)
+# linux/sched.h, sys/mount.h, linux/prctl.h
+_CLONE_NEWNS = 0x00020000
+_MS_BIND = 0x1000
+_MS_REC = 0x4000
+_MS_PRIVATE = 1 << 18
+_PR_SET_PDEATHSIG = 1
+
+# As strict as a distribution's system bus: nobody may call anything but what
+# a policy file allows. The tool's own policy is loaded as it is shipped;
+# the rest is for the simulated services and for looking around with busctl.
+_BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>system</type>
+  <listen>{address}</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/>
+    <deny own="*"/>
+    <deny send_type="method_call"/>
+    <allow send_type="signal"/>
+    <allow send_requested_reply="true" send_type="method_return"/>
+    <allow send_requested_reply="true" send_type="error"/>
+    <allow receive_type="method_call"/>
+    <allow receive_type="method_return"/>
+    <allow receive_type="error"/>
+    <allow receive_type="signal"/>
+    <allow send_destination="org.freedesktop.DBus"
+           send_interface="org.freedesktop.DBus"/>
+  </policy>
+  <policy user="root">
+    <allow own="*"/>
+    <allow send_interface="org.freedesktop.DBus.Introspectable"/>
+    <allow send_interface="org.freedesktop.DBus.Monitoring"/>
+    <allow send_interface="org.freedesktop.DBus.Peer"/>
+  </policy>
+  <include>{policy}</include>
+</busconfig>
+"""
+
+# Nothing of the machine's own journal: no kernel messages, no audit, nothing
+# kept on disk; and no rate limit, since a test may write many records.
+_JOURNALD_CONFIG = """[Journal]
+Storage=volatile
+RateLimitIntervalSec=0
+ReadKMsg=no
+Audit=no
+ForwardToSyslog=no
+ForwardToKMsg=no
+ForwardToConsole=no
+ForwardToWall=no
+"""
+
+
+class Failure(Exception):
+    """A reason to give up, in one sentence for the user."""
+
+
+def _call(function, *arguments):
+    if function(*arguments) != 0:
+        code = ctypes.get_errno()
+        raise Failure(f"{function.__name__}{arguments}: {os.strerror(code)}.")
+
+
+def _mount(source, target, kind, flags=0, data=None):
+    _call(_LIBC.mount, source.encode(), str(target).encode(),
+          kind.encode() if kind else None, flags,
+          data.encode() if data else None)
+
+
+def _hidden(path):
+    """Whether one of the private mounts will hide the path."""
+    return any(path.is_relative_to(mount) and str(path) != mount
+               for mount in PRIVATE)
+
+
+def check_tools():
+    """Raises Failure with what is missing to build the world."""
+    if os.geteuid() != 0:
+        raise Failure("The simulator needs root for its mount namespace.")
+    for tool in ("dbus-daemon", "busctl", "journalctl"):
+        if not any(os.access(os.path.join(folder, tool), os.X_OK)
+                   for folder in os.environ.get("PATH", "").split(":")):
+            raise Failure(f"The simulator needs {tool}, which is not here.")
+    if not os.access(JOURNALD, os.X_OK):
+        raise Failure(f"The simulator needs {JOURNALD}, which is not here.")
+
+
+def enter(keep=()):
+    """Moves this process into a mount namespace with the private mounts.
+
+    keep: folders that must stay visible although a mount would hide them,
+    such as a source tree below /tmp. The working folder stays as well.
+    """
+    check_tools()
+    try:
+        os.makedirs("/pstorage", exist_ok=True)
+        _call(_LIBC.unshare, _CLONE_NEWNS)
+        _mount("none", "/", None, _MS_REC | _MS_PRIVATE)
+    except (OSError, Failure) as error:
+        raise Failure(f"No private mount namespace here: {error}") from error
+    here = pathlib.Path.cwd()
+    kept = {path: os.open(path, os.O_PATH | os.O_DIRECTORY)
+            for path in {here, *(pathlib.Path(item).resolve()
+                                 for item in keep)} if _hidden(path)}
+    for target in PRIVATE:
+        _mount("tmpfs", target, "tmpfs", 0,
+               "mode=1777" if target == "/tmp" else "mode=755")
+    # The BMC's image brings this one along.
+    os.makedirs("/pstorage/persist/hdr")
+    # Outer folders first, or an inner one would be covered again.
+    for path in sorted(kept, key=lambda path: len(path.parts)):
+        path.mkdir(parents=True, exist_ok=True)
+        _mount(f"/proc/self/fd/{kept[path]}", path, None, _MS_BIND | _MS_REC)
+        os.close(kept[path])
+    os.chdir(here)
+
+
+def _die_with_parent():
+    _LIBC.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL)
+
+
+def _wait_readable(readable, process, what):
+    """Waits until a descriptor is readable; ends when the process does."""
+    ended = os.pidfd_open(process.pid)
+    try:
+        ready, _, _ = select.select([readable, ended], [], [], START_SECONDS)
+    finally:
+        os.close(ended)
+    if readable not in ready:
+        raise Failure(f"{what} did not start.")
+
+
+def start_process(arguments, what, **options):
+    """Starts a helper that dies with this process, apart from its terminal.
+    """
+    try:
+        return subprocess.Popen(
+            arguments, stdin=subprocess.DEVNULL, start_new_session=True,
+            preexec_fn=_die_with_parent, **options)
+    except OSError as error:
+        raise Failure(f"{what} did not start: {error}.") from error
+
+
+def stop_process(process):
+    """Ends a helper and waits for it."""
+    if process.poll() is None:
+        process.terminate()
+        try:
+            process.wait(END_SECONDS)
+        except subprocess.TimeoutExpired:
+            process.kill()
+    process.wait()
+
+
+def start_bus_at(address, config):
+    """Starts a bus; returns when it listens."""
+    config = pathlib.Path(config)
+    config.parent.mkdir(parents=True, exist_ok=True)
+    config.write_text(_BUS_CONFIG.format(
+        address=address, policy=ROOT / "packaging/dbus/zantric.conf"))
+    reader, writer = os.pipe()
+    try:
+        process = start_process(
+            ["dbus-daemon", "--nofork", "--nopidfile", "--nosyslog",
+             f"--config-file={config}", f"--print-address={writer}"],
+            "dbus-daemon", pass_fds=[writer], stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL)
+        os.close(writer)
+        _wait_readable(reader, process, "dbus-daemon")
+        if not os.read(reader, 4096):
+            raise Failure("dbus-daemon did not start.")
+    finally:
+        os.close(reader)
+    return process
+
+
+def start_bus():
+    """Starts the system bus; returns when it listens."""
+    process = start_bus_at(BUS_ADDRESS, "/run/dbus/simulator.conf")
+    os.environ.update(bus_environment(BUS_ADDRESS))
+    return process
+
+
+def bus_environment(address):
+    """What leads a program to a bus as its system bus."""
+    return {"DBUS_SYSTEM_BUS_ADDRESS": address,
+            "DBUS_STARTER_BUS_TYPE": "system",
+            "DBUS_STARTER_ADDRESS": address}
+
+
+def start_journal():
+    """Starts the journal; returns when it has announced that it is ready."""
+    config = pathlib.Path("/run/systemd/journald.conf.d/simulator.conf")
+    config.parent.mkdir(parents=True, exist_ok=True)
+    config.write_text(_JOURNALD_CONFIG)
+    notify = "/run/systemd/simulator-notify"
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as listener:
+        listener.bind(notify)
+        process = start_process(
+            [JOURNALD], "systemd-journald", stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL,
+            env={**os.environ, "NOTIFY_SOCKET": notify})
+        while True:
+            _wait_readable(listener, process, "systemd-journald")
+            if b"READY=1" in listener.recv(4096).split(b"\n"):
+                return process
+
+
+def runnable(program):
+    """The words that run a program of the build: what it was built for may be
+    another machine, and Meson then names an emulator."""
+    return [*shlex.split(os.environ.get("MESON_EXE_WRAPPER", "")), program]
+
+
+def start_bmc(program, scenarios, log, bus=BUS_ADDRESS):
+    """Starts the simulated BMC; returns when it owns all its names.
+
+    Its complaint about a scenario becomes the Failure's text.
+    """
+    process = start_process(
+        [*runnable(program), "--bus", bus, "--log", log, *scenarios], "bmcsim",
+        stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    try:
+        _wait_readable(process.stdout, process, "bmcsim")
+    except Failure:
+        stop_process(process)
+        raise Failure(process.stderr.read().decode().strip()
+                      or "bmcsim did not start.") from None
+    if process.stdout.readline() != b"ready\n":
+        stop_process(process)
+        raise Failure(process.stderr.read().decode().strip())
+    return process

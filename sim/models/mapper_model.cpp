@@ -1,0 +1,116 @@
+#include "sim/models/mapper_model.hpp"
+
+#include "sim/bus/bus.hpp"
+
+#include <optional>
+#include <utility>
+
+namespace sim
+{
+
+namespace
+{
+
+constexpr const char* interfaceName = "xyz.openbmc_project.ObjectMapper";
+
+Reply notFound()
+{
+    return Reply::error("xyz.openbmc_project.Common.Error.ResourceNotFound",
+                        "The resource is not found.");
+}
+
+Json one(Json value)
+{
+    Json values = Json::array();
+    values.push_back(std::move(value));
+    return values;
+}
+
+/** A trailing slash does not count, as in the real mapper. */
+std::string pathOf(const Call& call)
+{
+    auto path = call.args[0].get<std::string>();
+    if (path.size() > 1 && path.ends_with('/'))
+    {
+        path.pop_back();
+    }
+    return path;
+}
+
+std::optional<Holdings> found(const Holdings& holdings, const Call& call)
+{
+    std::string root = pathOf(call);
+    if (!knows(holdings, root))
+    {
+        return std::nullopt;
+    }
+    return subTree(holdings, root, call.args[1].get<int>(),
+                   call.args[2].get<std::vector<std::string>>());
+}
+
+} // namespace
+
+MapperModel::MapperModel(Bus& busIn, Service& serviceIn, const Node& config) :
+    Model(busIn, serviceIn, config)
+{
+    config.allowOnly({"model", "path"});
+    method(interfaceName, "GetObject", "sas",
+           [this](const Call& call) { return getObject(call); });
+    method(interfaceName, "GetSubTree", "sias",
+           [this](const Call& call) { return getSubTree(call); });
+    method(interfaceName, "GetSubTreePaths", "sias",
+           [this](const Call& call) { return getSubTreePaths(call); });
+}
+
+Holdings MapperModel::holdings() const
+{
+    Holdings result;
+    for (const auto& [name, service] : bus().services())
+    {
+        if (!service->alive())
+        {
+            continue;
+        }
+        for (const auto& [where, object] : service->tree().all())
+        {
+            auto& interfaces = result[where][name];
+            for (const auto& [interface, members] : object)
+            {
+                interfaces.push_back(interface);
+            }
+        }
+    }
+    addParents(result);
+    return result;
+}
+
+Reply MapperModel::getObject(const Call& call) const
+{
+    auto services = servicesAt(holdings(), pathOf(call),
+                               call.args[1].get<std::vector<std::string>>());
+    return services.empty() ? notFound()
+                            : Reply::of("a{sas}", one(Json(services)));
+}
+
+Reply MapperModel::getSubTree(const Call& call) const
+{
+    auto tree = found(holdings(), call);
+    return tree ? Reply::of("a{sa{sas}}", one(Json(*tree))) : notFound();
+}
+
+Reply MapperModel::getSubTreePaths(const Call& call) const
+{
+    auto tree = found(holdings(), call);
+    if (!tree)
+    {
+        return notFound();
+    }
+    Json paths = Json::array();
+    for (const auto& [where, services] : *tree)
+    {
+        paths.push_back(where);
+    }
+    return Reply::of("as", one(std::move(paths)));
+}
+
+} // namespace sim

@@ -1,0 +1,215 @@
+#include "test/spdm/session.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace
+{
+
+using test::deviceOf;
+using test::Outcome;
+using test::Session;
+
+void expectSuccess(const Outcome& outcome, size_t blocks)
+{
+    EXPECT_EQ(outcome.connect, 0U);
+    EXPECT_EQ(outcome.digest, 0U);
+    EXPECT_EQ(outcome.certificate, 0U);
+    EXPECT_EQ(outcome.challenge, 0U);
+    EXPECT_EQ(outcome.count, 0U);
+    EXPECT_EQ(outcome.blocks, std::vector<libspdm_return_t>(blocks, 0));
+}
+
+class Flow : public testing::TestWithParam<uint8_t>
+{
+};
+
+TEST_P(Flow, SignedBlocksOfOneSlot)
+{
+    Session session(deviceOf(test::Settings{.version = GetParam()}));
+    test::Message root = test::trustedRoot();
+    ASSERT_EQ(session.addRoot(root), 0U);
+    Outcome outcome = session.attest();
+    expectSuccess(outcome, 3);
+    EXPECT_EQ(outcome.slotMask, 1);
+    test::Message front =
+        test::join({{0, 0, 0, 0}, test::hashOf("SHA384", root), root});
+    front[0] = static_cast<uint8_t>(outcome.chain.size());
+    front[1] = static_cast<uint8_t>(outcome.chain.size() >> 8);
+    ASSERT_GT(outcome.chain.size(), front.size());
+    EXPECT_TRUE(std::equal(front.begin(), front.end(), outcome.chain.begin()));
+    EXPECT_EQ(session.acquired, 0);
+}
+
+TEST_P(Flow, EveryResponseFindsTheSameRoom)
+{
+    Session session(deviceOf(test::Settings{.version = GetParam()}));
+    session.attest();
+    for (size_t room : session.rooms)
+    {
+        EXPECT_EQ(room, 4736U);
+    }
+}
+
+TEST_P(Flow, TimeoutsAreRoundTripAndThePeersTime)
+{
+    Session session(deviceOf(test::Settings{.version = GetParam()}));
+    session.attest();
+    for (size_t i = 0; i < session.timeouts.size(); ++i)
+    {
+        EXPECT_EQ(session.timeouts[i], i < 3 ? 1100000U : 1000001U);
+    }
+}
+
+TEST_P(Flow, LengthThatIsToldChangesNothing)
+{
+    Session session(deviceOf(test::Settings{.version = GetParam()}), {},
+                    {.tellsLength = true});
+    expectSuccess(session.attest(), 3);
+}
+
+TEST_P(Flow, UnsignedBlocks)
+{
+    Session session(
+        deviceOf(test::Settings{.version = GetParam(), .isSigning = false}), {},
+        {.isSigned = false});
+    expectSuccess(session.attest(), 3);
+}
+
+TEST_P(Flow, RecordIsTheBlock)
+{
+    Session session(deviceOf(
+        test::Settings{.version = GetParam(), .blocks = 2, .valueSize = 5}));
+    test::Message block{2, 1, 8, 0, 1, 5, 0, 2, 2, 2, 2, 2};
+    EXPECT_EQ(session.attest().record, block);
+}
+
+TEST_P(Flow, RandomNoncesDiffer)
+{
+    Session session(deviceOf(test::Settings{.version = GetParam()}));
+    session.attest();
+    auto nonce = [&](size_t step)
+    {
+        const test::Message& request = session.sent.at(step);
+        return test::Message(request.begin() + 5, request.begin() + 37);
+    };
+    size_t last = session.sent.size() - 1;
+    EXPECT_NE(nonce(last), nonce(last - 1));
+    EXPECT_NE(nonce(last), test::Message(32));
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, Flow,
+                         testing::Values(0x10, 0x11, 0x12, 0x13));
+
+TEST(Requests, GetCapabilitiesOf13)
+{
+    Session session(deviceOf(test::Settings{.version = 0x13}));
+    session.attest();
+    test::Message expected{0x05, 0x13, 0xE1, 0,    0, 0, 0, 0,    0, 0xC6, 0x62,
+                           2,    0,    0,    0x12, 0, 0, 0, 0x12, 0, 0};
+    EXPECT_EQ(session.sent.at(0), (test::Message{5, 0x10, 0x84, 0, 0}));
+    EXPECT_EQ(session.sent.at(1), expected);
+}
+
+TEST(Requests, SizesOnTheWire)
+{
+    struct Row
+    {
+        uint8_t version;
+        std::vector<size_t> sizes;
+    };
+
+    // VERSION, CAPABILITIES, ALGORITHMS, DIGESTS, CERTIFICATE twice,
+    // CHALLENGE, number of blocks, one signed block.
+    for (const Row& row : {Row{0x10, {5, 5, 33, 5, 9, 9, 37, 5, 37}},
+                           Row{0x11, {5, 13, 49, 5, 9, 9, 37, 5, 38}},
+                           Row{0x12, {5, 21, 49, 5, 9, 9, 37, 5, 38}},
+                           Row{0x13, {5, 21, 49, 5, 9, 9, 45, 13, 46}}})
+    {
+        Session session(
+            deviceOf(test::Settings{.version = row.version, .blocks = 1}));
+        session.attest();
+        std::vector<size_t> sizes(session.sent.size());
+        std::transform(session.sent.begin(), session.sent.end(), sizes.begin(),
+                       [](const test::Message& request)
+                       { return request.size(); });
+        EXPECT_EQ(sizes, row.sizes) << int{row.version};
+    }
+}
+
+TEST(MultiKey, ItemsOfASlotAreReadBack)
+{
+    Session session(deviceOf(
+        test::Settings{.version = 0x13, .slots = 5, .multiKey = true}));
+    expectSuccess(session.attest(), 3);
+    uint8_t id = 0;
+    uint8_t info = 0;
+    uint16_t usage = 0;
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_KEY_PAIR_ID, id, 2), 0U);
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_CERT_INFO, info, 2), 0U);
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, usage, 2), 0U);
+    EXPECT_EQ(id, 5);
+    EXPECT_EQ(info, 1);
+    EXPECT_EQ(usage, 6);
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, usage, 1), 0U);
+    EXPECT_EQ(usage, 0);
+    EXPECT_EQ(session.get(LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, usage, 8),
+              LIBSPDM_STATUS_INVALID_PARAMETER);
+}
+
+TEST(Chunks, LargeResponsesAreFetched)
+{
+    for (uint8_t version : {uint8_t{0x12}, uint8_t{0x13}})
+    {
+        Session session(deviceOf(test::Settings{
+            .version = version, .chunk = 100, .valueSize = 2000}));
+        expectSuccess(session.attest(), 3);
+        EXPECT_GT(session.sent.size(), 60U);
+    }
+}
+
+TEST(Chunks, RequestsThatAreTooLargeArePartedToo)
+{
+    // The device takes 42 bytes, and NEGOTIATE_ALGORITHMS has 48.
+    Session session(deviceOf(test::Settings{.chunk = 42}));
+    expectSuccess(session.attest(), 3);
+    EXPECT_EQ(session.sent.at(2).size(), 43U);
+    EXPECT_EQ(session.sent[2][2], SPDM_CHUNK_SEND);
+}
+
+TEST(Chunks, RequestsInPartsMayBeRefused)
+{
+    Session session(deviceOf(test::Settings{.chunk = 42}),
+                    [](size_t step, test::Message& answer)
+                    {
+                        if (step == 2)
+                        {
+                            answer = {5, 0x12, 0x7F, 0x07, SPDM_CHUNK_SEND};
+                        }
+                        return test::Delivery::normal;
+                    });
+    EXPECT_EQ(session.attest().connect, LIBSPDM_STATUS_INVALID_MSG_FIELD);
+    EXPECT_EQ(session.sent.size(), 3U);
+}
+
+TEST(Buffers, AreAskedForTheirRoom)
+{
+    Session tight(deviceOf(test::Settings{}), {}, {.chainRoom = 1000});
+    EXPECT_EQ(tight.attest().certificate, LIBSPDM_STATUS_BUFFER_FULL);
+    Session small(deviceOf(test::Settings{}), {}, {.recordRoom = 54});
+    Outcome outcome = small.attest();
+    EXPECT_EQ(outcome.blocks.at(0), LIBSPDM_STATUS_BUFFER_TOO_SMALL);
+}
+
+TEST(Buffers, ReadsBeforeAConnectionFail)
+{
+    Session session(deviceOf(test::Settings{}));
+    EXPECT_EQ(libspdm_get_digest(session.context(), nullptr, nullptr, nullptr),
+              LIBSPDM_STATUS_UNSUPPORTED_CAP);
+    EXPECT_TRUE(session.sent.empty());
+}
+
+} // namespace
