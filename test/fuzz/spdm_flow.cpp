@@ -132,6 +132,8 @@ Bytes withoutReserved(Bytes message)
     }
     if (message[2] == error)
     {
+        // libspdm looks at no version in it either.
+        message[1] = 0;
         message[4] = 0;
     }
     return message;

@@ -107,10 +107,17 @@ bool PathUsers::isAlone() const
 
 void PathUsers::leave()
 {
-    if (fd != -1 && isAlone())
+    if (fd == -1)
+    {
+        return;
+    }
+    if (isAlone())
     {
         unlink(file.c_str());
     }
+    // A copy of the descriptor in a child would keep the locks.
+    lock(fd, F_OFD_SETLK, F_UNLCK, use);
+    endTurn();
     close();
 }
 
