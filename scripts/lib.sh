@@ -7,6 +7,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 packages=(
     clang-format
     dbus
+    dbus-broker
     g++
     groff-base
     libboost-dev

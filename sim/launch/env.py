@@ -17,6 +17,7 @@ import subprocess
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PRIVATE = ("/run", "/tmp", "/pstorage", "/sys/bus")
 JOURNALD = "/lib/systemd/systemd-journald"
+POLICY = ROOT / "packaging/dbus/zantric.conf"
 BUS_SOCKET = "/run/dbus/system_bus_socket"
 BUS_ADDRESS = "unix:path=" + BUS_SOCKET
 START_SECONDS = 20
@@ -60,7 +61,7 @@ _BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC
     <allow send_interface="org.freedesktop.DBus.Monitoring"/>
     <allow send_interface="org.freedesktop.DBus.Peer"/>
   </policy>
-  <include>{policy}</include>
+  {included}
 </busconfig>
 """
 
@@ -179,12 +180,17 @@ def stop_process(process):
     process.wait()
 
 
-def start_bus_at(address, config):
-    """Starts a bus; returns when it listens."""
+def _write_bus_config(address, config, policies):
+    """What a bus is told: its address, and who may do what on it."""
     config = pathlib.Path(config)
     config.parent.mkdir(parents=True, exist_ok=True)
-    config.write_text(_BUS_CONFIG.format(
-        address=address, policy=ROOT / "packaging/dbus/zantric.conf"))
+    config.write_text(_BUS_CONFIG.format(address=address, included="\n  ".join(
+        f"<include>{policy}</include>" for policy in policies)))
+
+
+def start_bus_at(address, config, policies=(POLICY,)):
+    """Starts a bus; returns when it listens."""
+    _write_bus_config(address, config, policies)
     reader, writer = os.pipe()
     try:
         process = start_process(
@@ -201,6 +207,25 @@ def start_bus_at(address, config):
     return process
 
 
+def start_broker_at(address, config, policies=(POLICY,)):
+    """Starts the other bus that there is; returns when it is ready.
+
+    It takes its socket, as number 3, and its own process id from systemd,
+    whose part this is.
+    """
+    _write_bus_config(address, config, policies)
+    path = address.removeprefix("unix:path=")
+    with socket.socket(socket.AF_UNIX) as listener:
+        listener.bind(path)
+        os.chmod(path, 0o666)
+        listener.listen()
+        return _start_notifying(
+            ["bash", "-c", 'exec 3<&"$0"; LISTEN_FDS=1 LISTEN_PID=$$ exec "$@"',
+             str(listener.fileno()), "dbus-broker-launch", "--scope=system",
+             f"--config-file={config}"],
+            "dbus-broker", pass_fds=[listener.fileno()])
+
+
 def start_bus():
     """Starts the system bus; returns when it listens."""
     process = start_bus_at(BUS_ADDRESS, "/run/dbus/simulator.conf")
@@ -215,22 +240,27 @@ def bus_environment(address):
             "DBUS_STARTER_ADDRESS": address}
 
 
+def _start_notifying(words, what, **options):
+    """Starts a helper; returns when it has announced that it is ready."""
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as listener:
+        # A name that the kernel chooses, and that no file keeps.
+        listener.bind("")
+        name = "@" + listener.getsockname()[1:].decode()
+        process = start_process(
+            words, what, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            env={**os.environ, "NOTIFY_SOCKET": name}, **options)
+        while True:
+            _wait_readable(listener, process, what)
+            if b"READY=1" in listener.recv(4096).split(b"\n"):
+                return process
+
+
 def start_journal():
-    """Starts the journal; returns when it has announced that it is ready."""
+    """Starts the journal; returns when it is ready."""
     config = pathlib.Path("/run/systemd/journald.conf.d/simulator.conf")
     config.parent.mkdir(parents=True, exist_ok=True)
     config.write_text(_JOURNALD_CONFIG)
-    notify = "/run/systemd/simulator-notify"
-    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as listener:
-        listener.bind(notify)
-        process = start_process(
-            [JOURNALD], "systemd-journald", stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-            env={**os.environ, "NOTIFY_SOCKET": notify})
-        while True:
-            _wait_readable(listener, process, "systemd-journald")
-            if b"READY=1" in listener.recv(4096).split(b"\n"):
-                return process
+    return _start_notifying([JOURNALD], "systemd-journald")
 
 
 def runnable(program):

@@ -117,11 +117,10 @@ class Session:
 class OwnBus:
     """A bus that a case can do without."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, start=sim_env.start_bus_at, **options):
         self.address = f"unix:path={folder}/bus"
         self.environment = sim_env.bus_environment(self.address)
-        self._daemon = sim_env.start_bus_at(self.address,
-                                            f"{folder}/bus.conf")
+        self._daemon = start(self.address, f"{folder}/bus.conf", **options)
 
     def kill(self):
         self._daemon.kill()

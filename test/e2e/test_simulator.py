@@ -158,18 +158,22 @@ def test_signals_before_and_after_the_reply(bmc):
 
 def test_properties_and_their_faults(bmc):
     """Get and GetAll; a property may answer with anything, once or always."""
+    # The policy lets properties of this service be read.
+    bpm = s.name_of("bpm")
     bmc.start(s.merge(
-        s.value(NAME, PATH, FACE, "Code", {"signature": "y", "value": 7}),
-        s.value(NAME, PATH, FACE, "Bad", s.error("a.b.C", "broken")),
-        s.value(NAME, PATH, FACE, "Odd", {"out": "i", "return": [5]})))
+        s.value(bpm, PATH, FACE, "Code", {"signature": "y", "value": 7}),
+        s.value(bpm, PATH, FACE, "Bad", s.error("a.b.C", "broken")),
+        s.value(bpm, PATH, FACE, "Odd", {"out": "i", "return": [5]})))
 
     def get(name):
-        return ask(bmc, "Get", "ss", FACE, name, interface=s.PROPERTIES)
+        return ask(bmc, "Get", "ss", FACE, name, name=bpm,
+                   interface=s.PROPERTIES)
     assert json.loads(get("Code").out)["data"] == [{"type": "y", "data": 7}]
     assert "broken" in get("Bad").err
     assert json.loads(get("Odd").out) == {"type": "i", "data": [5]}
     assert "Unknown property 'None'." in get("None").err
-    assert answer(bmc, "GetAll", "s", FACE, interface=s.PROPERTIES) == [
+    assert answer(bmc, "GetAll", "s", FACE, name=bpm,
+                  interface=s.PROPERTIES) == [
         {"Code": {"type": "y", "data": 7}}]
 
 
