@@ -199,15 +199,19 @@ def test_a_fault_does_not_take_what_its_method_refuses(bmc):
     """A real service checks the arguments before it can fail."""
     bmc.start(s.merge(
         s.storage("rsa", {1: {"Drives": []}}),
+        {"services": {BPM: {"objects": {BPM_PATH: {"properties": {
+            BPM_FACE: {"Name": {"signature": "s", "value": "b"}}}}}}}},
         s.fault("GetDrives", s.error(), owner=NAME),
-        s.fault("GetAll", s.error(), owner=NAME)))
+        s.fault("GetAll", s.error(), owner=BPM)))
     assert refusal("GetDrives", "s", "u") in ask(
         bmc, "GetDrives", "s", "x").err
     assert "It did not work." in ask(bmc, "GetDrives", "u", "1").err
     assert "Only Get(ss) and GetAll(s) are here." in ask(
-        bmc, "GetAll", "u", "1", interface=s.PROPERTIES).err
+        bmc, "GetAll", "u", "1", name=BPM, path=BPM_PATH,
+        interface=s.PROPERTIES).err
     assert "It did not work." in ask(
-        bmc, "GetAll", "s", FACE, interface=s.PROPERTIES).err
+        bmc, "GetAll", "s", BPM_FACE, name=BPM, path=BPM_PATH,
+        interface=s.PROPERTIES).err
 
 
 def test_a_fault_may_stand_for_a_method_that_is_not_there(bmc):
