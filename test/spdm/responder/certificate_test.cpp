@@ -6,6 +6,8 @@
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
+#include <algorithm>
+
 namespace spdm_test
 {
 
@@ -35,6 +37,20 @@ static libspdm_return_t verdict(const std::string& json, Bytes root)
     Asking asking(json);
     EXPECT_EQ(asking.addRoot(root), 0U);
     return asking.readChain();
+}
+
+using Certificate = sim::spdm::Owner<X509, X509_free>;
+using Key = sim::spdm::Owner<EVP_PKEY, EVP_PKEY_free>;
+
+static Certificate parse(const Bytes& der)
+{
+    const unsigned char* data = der.data();
+    return Certificate(d2i_X509(nullptr, &data, static_cast<long>(der.size())));
+}
+
+static Key keyOf(const Bytes& certificate)
+{
+    return Key(X509_get_pubkey(parse(certificate).get()));
 }
 
 TEST(Digests, AreThoseOfTheChains)
@@ -178,6 +194,23 @@ TEST(Defects, TruncatedLeafIsTheLastCertificate)
     EXPECT_EQ(certificateOf(chain, 2), Bytes{});
 }
 
+TEST(Defects, ThatAreNoBadSignatureLeaveThemGood)
+{
+    for (const char* defect : {"none", "expired-leaf", "wrong-root-hash",
+                               "leaf-is-authority", "no-signing-usage"})
+    {
+        Bytes chain = chainWith(defect);
+        for (int32_t index : {0, 1, 2})
+        {
+            Key issuer = keyOf(certificateOf(chain, std::max(index - 1, 0)));
+            EXPECT_EQ(X509_verify(parse(certificateOf(chain, index)).get(),
+                                  issuer.get()),
+                      1)
+                << defect << " " << index;
+        }
+    }
+}
+
 TEST(Defects, ForeignRootIsTheForeignFoldersOne)
 {
     EXPECT_EQ(
@@ -185,21 +218,11 @@ TEST(Defects, ForeignRootIsTheForeignFoldersOne)
         0U);
 }
 
-/** The public key in a certificate. */
-static sim::spdm::Owner<EVP_PKEY, EVP_PKEY_free> keyOf(const Bytes& certificate)
-{
-    const unsigned char* data = certificate.data();
-    sim::spdm::Owner<X509, X509_free> parsed(
-        d2i_X509(nullptr, &data, static_cast<long>(certificate.size())));
-    return sim::spdm::Owner<EVP_PKEY, EVP_PKEY_free>(
-        X509_get_pubkey(parsed.get()));
-}
-
 TEST(Slots, ShareTheKeyTheyName)
 {
     Asking asking(R"({"slots": [{"slot": 0}, {"slot": 1},
                                 {"slot": 2, "keyPairId": 2}]})");
-    std::vector<sim::spdm::Owner<EVP_PKEY, EVP_PKEY_free>> keys;
+    std::vector<Key> keys;
     for (uint8_t slot : {0, 1, 2})
     {
         EXPECT_EQ(asking.readChain(slot), 0U);
