@@ -19,13 +19,6 @@ Reply notFound()
                         "The resource is not found.");
 }
 
-Json one(Json value)
-{
-    Json values = Json::array();
-    values.push_back(std::move(value));
-    return values;
-}
-
 /** A trailing slash does not count, as in the real mapper. */
 std::string pathOf(const Call& call)
 {
@@ -88,14 +81,13 @@ Reply MapperModel::getObject(const Call& call) const
 {
     auto services = servicesAt(holdings(), pathOf(call),
                                call.args[1].get<std::vector<std::string>>());
-    return services.empty() ? notFound()
-                            : Reply::of("a{sas}", one(Json(services)));
+    return services.empty() ? notFound() : Reply::one("a{sas}", services);
 }
 
 Reply MapperModel::getSubTree(const Call& call) const
 {
     auto tree = found(holdings(), call);
-    return tree ? Reply::of("a{sa{sas}}", one(Json(*tree))) : notFound();
+    return tree ? Reply::one("a{sa{sas}}", *tree) : notFound();
 }
 
 Reply MapperModel::getSubTreePaths(const Call& call) const
@@ -110,7 +102,7 @@ Reply MapperModel::getSubTreePaths(const Call& call) const
     {
         paths.push_back(where);
     }
-    return Reply::of("as", one(std::move(paths)));
+    return Reply::one("as", std::move(paths));
 }
 
 } // namespace sim

@@ -12,6 +12,10 @@ from harness import Call, sim_env
 PATH = "/com/mervax/rsa"
 NAME = "com.mervax.rsa"
 FACE = "com.mervax.Inventory.Storage"
+# The bus policy lets a client ask for all properties here.
+BPM = "com.mervax.bpm"
+BPM_PATH = "/com/mervax/bpm"
+BPM_FACE = "com.mervax.Inventory.DriveBackplane"
 
 
 def ask(bmc, member, *arguments, name=NAME, path=PATH, interface=FACE,
@@ -199,8 +203,8 @@ def test_a_fault_does_not_take_what_its_method_refuses(bmc):
     """A real service checks the arguments before it can fail."""
     bmc.start(s.merge(
         s.storage("rsa", {1: {"Drives": []}}),
-        {"services": {BPM: {"objects": {BPM_PATH: {"properties": {
-            BPM_FACE: {"Name": {"signature": "s", "value": "b"}}}}}}}},
+        {"services": {BPM: {"objects": {BPM_PATH: {BPM_FACE: {
+            "properties": {"Name": {"signature": "s", "value": "b"}}}}}}}},
         s.fault("GetDrives", s.error(), owner=NAME),
         s.fault("GetAll", s.error(), owner=BPM)))
     assert refusal("GetDrives", "s", "u") in ask(
