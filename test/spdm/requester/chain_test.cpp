@@ -162,14 +162,11 @@ TEST_F(Chain, AuthoritiesBindOnlyTheNext)
 // Likewise as in 3.6.0 and 3.8.2: the right to sign certificates is enough.
 TEST_F(Chain, AnAuthorityMayLackBasicConstraints)
 {
-    EXPECT_TRUE(
-        isWhole(chainOf(Pki({}, middle([](Spec& s) { s.constraints = ""; })))));
-    EXPECT_FALSE(isWhole(chainOf(Pki({}, middle(
-                                             [](Spec& s)
-                                             {
-                                                 s.constraints = "";
-                                                 s.keyUsage = "";
-                                             })))));
+    Spec middle = test::authority("middle");
+    middle.constraints = "";
+    EXPECT_TRUE(isWhole(chainOf(Pki({}, middle))));
+    middle.keyUsage = "";
+    EXPECT_FALSE(isWhole(chainOf(Pki({}, middle))));
 }
 
 // Likewise: with nothing below it no one looks at its dates.
