@@ -6,7 +6,7 @@ import pathlib
 
 import pytest
 
-from elf import Elf, PT_LOAD
+from scripts.elf import Elf, PT_LOAD
 
 TOOL = pathlib.Path(os.environ["ZANTRIC"])
 MODULE = TOOL.with_name("zantric-attest.so")

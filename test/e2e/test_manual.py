@@ -13,8 +13,8 @@ PAGE = sim_env.ROOT / "man/zantric.8"
 # A literal of the sources that tells of a failure.
 TELLS = re.compile(r"fail|not |invalid|unknown|unexpected|unsupported|"
                    r"exception|\bno |insufficient|cannot", re.IGNORECASE)
-# A check that no caller of the tool can fail.
-NO_MESSAGES = ("getSubTree failed, invalid parameter: searchPath",)
+# A check that no caller of the tool can fail, and a code without a name.
+NO_MESSAGES = ("getSubTree failed, invalid parameter: searchPath", "Unknown(")
 
 
 def sections():
