@@ -1,0 +1,207 @@
+"""The lab: simulated BMCs on this machine, and Ansible's view of them."""
+
+import ctypes
+import json
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+
+import host
+from variants import scenario_of
+from world import ROOT, Failure, end_descendants
+
+_PR_SET_CHILD_SUBREAPER = 36  # linux/prctl.h
+_CONFIG = """[defaults]
+inventory = {folder}/hosts.json
+collections_path = {folder}/collections
+home = {folder}/home
+local_tmp = {folder}/home/tmp
+remote_tmp = /tmp
+host_key_checking = True
+retry_files_enabled = False
+interpreter_python = auto_silent
+gathering = explicit
+forks = {forks}
+timeout = 5
+[ssh_connection]
+control_path_dir = {folder}/cp
+ssh_args = -F /dev/null -o UserKnownHostsFile={folder}/known_hosts \
+-o GlobalKnownHostsFile=/dev/null -o ControlMaster=auto -o ControlPersist=20s
+"""
+
+
+class Bmc:
+    """A simulated BMC, seen from the lab."""
+
+    def __init__(self, name, folder, settings):
+        self.name = name
+        self.folder = folder
+        self.port = settings["port"]
+        self.key_line = settings["key_line"]
+        self.pid, self._channel = host.fork(settings)
+        self._stream = self._channel.makefile("rw")
+
+    def wait(self):
+        self._answer()
+        return self
+
+    def _answer(self):
+        line = self._stream.readline()
+        if not line:
+            raise Failure(f"{self.name} has ended.")
+        answer = json.loads(line)
+        if "failure" in answer:
+            raise Failure(f"{self.name}: {answer['failure']}")
+        return answer.get("value")
+
+    def _ask(self, name, *arguments):
+        print(json.dumps([name, arguments]), file=self._stream, flush=True)
+        return self._answer()
+
+    def play(self, scenario):
+        """Plays another scenario (a document)."""
+        file = self.folder / "scenario.json"
+        file.write_text(json.dumps(scenario))
+        return self._ask("simulate", str(file))
+
+    def listen(self):
+        return self._ask("listen")
+
+    def silence(self):
+        return self._ask("silence")
+
+    def shell(self, command):
+        """Runs a command in the BMC: its output, which must be wanted."""
+        status, out = self._ask("shell", command)
+        if status != 0:
+            raise Failure(f"{self.name}: {command}: {out}")
+        return out
+
+    def path(self, name):
+        """A file of the BMC as this machine sees it."""
+        return pathlib.Path(f"/proc/{self.pid}/root{name}")
+
+    def calls(self, member=None):
+        """The method calls that its services got."""
+        lines = self.path(host.CALLS).read_text().split("\n")[:-1]
+        return [call for call in map(json.loads, lines)
+                if member in (None, call["member"])]
+
+    def close(self):
+        self._channel.close()
+        self._stream.close()
+
+
+class Lab:
+    """So many BMCs, and a folder with all that Ansible needs for them."""
+
+    def __init__(self, count, build, forks=16):
+        self.build = pathlib.Path(build).resolve()
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="zantric-fleet-"))
+        self.bmcs = {}
+        self._forks = forks
+        self._count = count
+        ctypes.CDLL(None).prctl(_PR_SET_CHILD_SUBREAPER, 1)
+
+    def __enter__(self):
+        try:
+            self._start()
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        for bmc in self.bmcs.values():
+            bmc.close()
+        end_descendants()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def _start(self):
+        subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f",
+                        self.folder / "key"], check=True)
+        (self.folder / "cp").mkdir(mode=0o700)
+        for number in range(1, self._count + 1):
+            name = f"bmc{number:02d}"
+            self.bmcs[name] = self._bmc(name, number)
+        for bmc in self.bmcs.values():
+            bmc.wait()
+        self.write_inventory()
+        (self.folder / "ansible.cfg").write_text(
+            _CONFIG.format(folder=self.folder, forks=self._forks))
+        install_collection(self.folder)
+
+    def _bmc(self, name, number):
+        folder = self.folder / name
+        folder.mkdir()
+        (folder / "scenario.json").write_text(json.dumps(scenario_of(number)))
+        key = folder / "host_key"
+        made = subprocess.run(
+            ["dropbearkey", "-t", "ed25519", "-f", key], check=True, text=True,
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
+        line = [line for line in made.split("\n") if line.startswith("ssh-")]
+        return Bmc(name, folder, {
+            "build": str(self.build), "folder": str(folder),
+            "host_key": str(key),
+            "port": free_port(), "key_line": " ".join(line[0].split()[:2]),
+            "scenario": str(folder / "scenario.json"),
+            "key": (self.folder / "key.pub").read_text()})
+
+    def variables(self, bmc, **more):
+        """What leads Ansible to a BMC."""
+        return {"ansible_host": "127.0.0.1", "ansible_port": bmc.port,
+                "ansible_user": "root", "ansible_ssh_private_key_file":
+                str(self.folder / "key"), **more}
+
+    def write_inventory(self, more=None):
+        """The BMCs, and further hosts: names with their variables."""
+        hosts = {name: self.variables(bmc) for name, bmc in self.bmcs.items()}
+        (self.folder / "hosts.json").write_text(json.dumps(
+            {"all": {"hosts": {**hosts, **(more or {})}}}))
+        self.trust(*((bmc.port, bmc.key_line) for bmc in self.bmcs.values()))
+
+    def trust(self, *keys):
+        """Adds host keys: pairs of port and key."""
+        with open(self.folder / "known_hosts", "a", encoding="utf-8") as file:
+            for port, key in keys:
+                file.write(f"[127.0.0.1]:{port} {key}\n")
+
+    def environment(self, **more):
+        """What makes Ansible see this lab, and nothing of the user's own."""
+        kept = {name: value for name, value in os.environ.items()
+                if not name.startswith("ANSIBLE_")}
+        return {**kept, "ANSIBLE_CONFIG": str(self.folder / "ansible.cfg"),
+                "ANSIBLE_HOME": str(self.folder / "home"),
+                "LC_ALL": "C.UTF-8", **more}
+
+
+def install_collection(folder):
+    """Builds the collection's archive and installs it, as a user would."""
+    quiet = {"check": True, "stdout": subprocess.PIPE,
+             "stderr": subprocess.STDOUT,
+             "env": {**os.environ, "ANSIBLE_HOME": str(folder / "home"),
+                     "LC_ALL": "C.UTF-8"}}
+    subprocess.run(["ansible-galaxy", "collection", "build", ROOT / "fleet",
+                    "--output-path", folder], **quiet)
+    archive, = folder.glob("zantric-fleet-*.tar.gz")
+    subprocess.run(["ansible-galaxy", "collection", "install", archive,
+                    "--collections-path", folder / "collections"], **quiet)
+
+
+def free_port():
+    """A loopback port that nobody listens at."""
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def interrupt_as_exit():
+    """Lets signals that end the lab clean up behind it."""
+    def leave(number, _frame):
+        raise SystemExit(128 + number)
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, leave)

@@ -1,0 +1,14 @@
+"""The one place where the lab takes the simulator's Python from."""
+
+import pathlib
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] /
+                       "scripts"))
+
+from sim_env import (ROOT, Failure, enter, start_bmc, start_bus,  # noqa: E402
+                     start_journal, start_process, stop_process)
+from sim_run import _end_descendants as end_descendants  # noqa: E402
+
+__all__ = ["ROOT", "Failure", "end_descendants", "enter", "start_bmc",
+           "start_bus", "start_journal", "start_process", "stop_process"]
