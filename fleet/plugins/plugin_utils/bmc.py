@@ -81,14 +81,16 @@ class Bmc:
         if len(done) != len(runs):
             raise AnsibleConnectionFailure(
                 "the connection ended before the tool did")
-        logs = [records(frame.text) for frame in out if frame.kind == "log"]
+        logs = [records(frame) for frame in out if frame.kind == "log"]
         return list(zip(done, logs if journal else [[] for run in done]))
 
 
-def records(text):
-    """Journal records from lines of JSON. Fields that are no text, which the
-    journal lists as bytes, become text."""
-    found = [json.loads(line) for line in text.split("\n") if line.strip()]
+def records(frame):
+    """The journal records of a frame, but not the one at its cursor. Fields
+    that are no text, which the journal lists as bytes, become text."""
+    lines = [line for line in frame.text.split("\n") if line.startswith("{")]
+    found = [record for record in map(json.loads, lines)
+             if record.get("__CURSOR") not in frame.words]
     for record in found:
         for name, value in record.items():
             if isinstance(value, list) and all(isinstance(byte, int)
@@ -196,7 +198,7 @@ class Once:
     def _records(self, run):
         for frame in self._session(self._change.log(run.pid)):
             if frame.kind == "log":
-                return records(frame.text)
+                return records(frame)
         return []
 
     def _tidy(self):

@@ -28,10 +28,10 @@ set -- $(od -An -v -tx1 -N20 "$1" 2>/dev/null)
 }
 tool() {
 e=$(command -v -- "$z") || { p missing; exit 0; }
-m=$(elf "$e"); o=$(elf /proc/$$/exe)
-case "$m/$o" in
-/*|*/|"$o/$m"|01:0300/02:3e00|01:2800/02:b700) ;;
-*) p foreign "$m" "$o"; exit 0 ;;
+x=$(elf "$e"); y=$(elf /proc/$$/exe)
+case "$x/$y" in
+/*|*/|"$y/$x"|01:0300/02:3e00|01:2800/02:b700) ;;
+*) p foreign "$x" "$y"; exit 0 ;;
 esac
 }
 alarm() {
@@ -57,15 +57,16 @@ p end $c $s $?; p end >&2
 }
 '''
 
-# The records that process $c wrote behind cursor $k: a number that was used
-# before has its records in front of it.
+# The records that process $c wrote behind cursor $k: a process that had the
+# number before has its records in front of it. Not --after-cursor: with a match
+# journalctl 252 drops the first record then.
 _JOURNAL = r'''
 mark() {
 k=$(journalctl -n0 --show-cursor 2>/dev/null | sed -n "s/^-- cursor: //p")
 }
 log() {
-p log; journalctl --sync 2>/dev/null
-journalctl -o json --all --no-pager ${k:+"--after-cursor=$k"} "_PID=$c"
+p log "$k"; journalctl --sync 2>/dev/null
+journalctl -o json --all --no-pager ${k:+"--cursor=$k"} "_PID=$c"
 p logged $?
 }
 '''
@@ -92,7 +93,7 @@ tool
 umask 077
 if mkdir "$d" 2>/dev/null; then
 room "$r" || { rm -rf "$d"; p full "$d"; exit 0; }
-room 64; janitor 7200; mkdir "$d/armed"
+room 64; janitor 7200; mark; echo "$k" >"$d/cursor"; mkdir "$d/armed"
 fi
 if [ -d "$d/armed" ]; then p armed; else p refused "$d"; fi
 '''
@@ -192,7 +193,7 @@ class Change(Session):
     def arm(self, kilobytes=0):
         """Makes the run's folder, with room for so much and its output."""
         return _script(self.token, dict(self.settings, r=kilobytes + 256),
-                       _COMMON, _CHANGE, _ARM)
+                       _COMMON, _JOURNAL, _CHANGE, _ARM)
 
     def upload(self, name):
         """Takes a file from standard input; tells its checksum."""
@@ -216,10 +217,9 @@ class Change(Session):
                        _SETTLE, _FOLLOW)
 
     def log(self, pid):
-        """The journal's records of the run. Its number is its own: this is
-        asked within the same start of the machine, right after the run."""
+        """The journal's records of the run."""
         return _script(self.token, dict(self.settings, c=pid), _COMMON,
-                       _JOURNAL, "log\n")
+                       _JOURNAL, 'k=$(cat "$d/cursor")\nlog\n')
 
     def forget(self):
         """Removes everything."""
