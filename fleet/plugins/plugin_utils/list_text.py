@@ -75,6 +75,11 @@ _ROWS = {
         _text("Name"), ": i2c-", _count("I2CBus"), ", bay[",
         _count("FirstBay"), "-", _count("EndBay"), "], formfactor=",
         _text("FormFactor"), ", location=", _text("Location")),),
+    "firmware": ((
+        "    [", _text("Name"), "] Model: ", _text("Model"), ", ID: ",
+        _text("Identifier"), ", F/W: ", _text("FirmwareVersion"),
+        ", UpdateMethod: ", _text("UpdateMethod"), ", Controller: 0x",
+        _count("ControllerAddress", "[0-9a-f]+", 16)),),
     "device": ((
         _Field("Place", "Onboard|   Slot"), " ", _count("SlotNumber"),
         ", Addr 0x", _count("PCIeAddress", _HEX, 16), ", [",
@@ -286,6 +291,62 @@ def parse_backplanes(text):
             listing.miss(number)
     _doubt_uncounted(listing)
     return listing.result(counted=False)
+
+
+_GROUP = re.compile(r"Get (%s) devices: ([0-9]+) devices\Z" % _WORD)
+_GROUPS = ("Updatable", "Unupdatable")
+
+
+def _firmware_group(listing, number, group):
+    """Reads a group from that line on: the next line, whether all was well."""
+    lines = listing.lines
+    header = _GROUP.match(lines[number]) if number < len(lines) else None
+    if header is None or lines[number + 1:number + 2] != [
+            "%s devices management by %s" % (group, header.group(1))]:
+        return number, False
+    number += 2
+    for _device in range(int(header.group(2))):
+        if not (lines[number:number + 1] and
+                lines[number].startswith("  P/N: ") and
+                number + 1 < len(lines) and
+                listing.add(number + 1, ("firmware",), "", group=group)):
+            return number, False
+        row = listing.rows[-1]
+        row.setdefault("fields", {})["PartNumber"] = lines[number][7:]
+        number += 2
+    return number, True
+
+
+def parse_firmware(text):
+    """What `update` without a file prints: devices with their versions."""
+    listing = _Listing(text)
+    number, good = _firmware_group(listing, 0, _GROUPS[0])
+    if good:
+        good = listing.lines[number:number + 1] == [""]
+        number, also = _firmware_group(listing, number + 1, _GROUPS[1])
+        good = good and also
+    for left in range(number, len(listing.lines)):
+        listing.miss(left)
+        good = False
+    if not good:
+        listing.doubt(MISCOUNTED)
+    return listing.result(counted=good)
+
+
+def firmware_wrong(text, part_number, version):
+    """Why not all devices with the part number have that version: lines, none
+    if they have."""
+    rows = [row for row in parse_firmware(text)["rows"]
+            if row["group"] == _GROUPS[0] and
+            row["fields"]["PartNumber"] == part_number]
+    wrong = ["line %d cannot be trusted: %s" % (row["line"],
+                                                "; ".join(row["why"]))
+             for row in rows if not row["certain"]]
+    wrong += ["%s has %s instead of %s" % (
+        row["fields"]["Name"], row["fields"]["FirmwareVersion"], version)
+        for row in rows
+        if row["certain"] and row["fields"]["FirmwareVersion"] != version]
+    return wrong if rows else ["no device has part number " + part_number]
 
 
 def _device_rows(text):
