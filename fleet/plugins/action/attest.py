@@ -136,13 +136,7 @@ class ActionModule(ActionBase):
 
     @staticmethod
     def _conclude(result, options, devices):
-        bad = ["%s %s: %s" % (device["address"], device["verdict"],
-                              device["reason"])
-               for device in devices
-               if device["verdict"] not in options["accept"]]
-        bad += ["%s measures differently" % device["address"]
-                for device in devices
-                if device["measurements"]["result"] == verdict.DIFFERS]
+        bad = verdict.refused(devices, options["accept"])
         if bad:
             result.update(failed=True, msg="; ".join(bad))
         return result

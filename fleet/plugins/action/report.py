@@ -14,7 +14,8 @@ from ansible.plugins.action import ActionBase
 from ansible.utils.display import Display
 
 from ansible_collections.zantric.fleet.plugins.modules.report import ARGUMENTS
-from ansible_collections.zantric.fleet.plugins.plugin_utils import page
+from ansible_collections.zantric.fleet.plugins.plugin_utils import (
+    page, verdict)
 
 
 class ActionModule(ActionBase):
@@ -28,7 +29,8 @@ class ActionModule(ActionBase):
         result = super(ActionModule, self).run(tmp, task_vars)
         del tmp
         options = self.validate_argument_spec(argument_spec=ARGUMENTS)[1]
-        hosts = {name: self._host(task_vars["hostvars"][name])
+        hosts = {name: self._host(task_vars["hostvars"][name],
+                                  options["accept"])
                  for name in task_vars["ansible_play_hosts_all"]}
         for line in (page.verdict_lines(hosts) if options["verdicts"]
                      else page.table(hosts)):
@@ -45,18 +47,18 @@ class ActionModule(ActionBase):
         result.update(missing=missing, bad=bad)
         if bad and not options["partial"]:
             result.update(failed=True, msg="%d of %d BMCs: %s" % (
-                len(bad), len(hosts), "; ".join(
-                    "%s %s" % (name, hosts[name]["message"]) for name in bad)))
+                len(bad), len(hosts), ", ".join(bad)))
         return result
 
     @staticmethod
-    def _host(variables):
+    def _host(variables, accept):
         found = variables.get("bmc") or {}
         attested = variables.get("attestation") or {}
         host = {name: found.get(name) for name in ("inventory", "health")}
         host["devices"] = attested.get("devices")
-        host["refused"] = bool(attested.get("failed") or
-                               attested.get("unreachable"))
+        host["refused"] = bool(
+            attested.get("failed") or attested.get("unreachable") or
+            verdict.refused(host["devices"] or [], accept))
         host["message"] = found.get("msg") or attested.get("msg") or ""
         if not host["inventory"] and host["devices"] is None:
             host["problem"] = (

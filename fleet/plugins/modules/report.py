@@ -32,6 +32,11 @@ options:
     description: Whether to print a line per attested device, not per BMC.
     type: bool
     default: false
+  accept:
+    description: Verdicts that are no failure of this task.
+    type: list
+    elements: str
+    default: [anchored, unanchored, overridden, nothing proved]
   partial:
     description:
       - Whether BMCs that gave nothing, or whose attestation is a failure, are
@@ -70,6 +75,8 @@ ARGUMENTS = {
     "html": {"type": "path"},
     "title": {"type": "str", "default": "Fleet"},
     "verdicts": {"type": "bool", "default": False},
+    "accept": {"type": "list", "elements": "str", "default": [
+        "anchored", "unanchored", "overridden", "nothing proved"]},
     "partial": {"type": "bool", "default": False},
 }
 

@@ -20,6 +20,9 @@ import uuid
 # tool   finds the tool; refuses one of another machine, which a shell would
 #        take for a script and run line by line
 # alarm  ends process $1 after $l seconds; its status is 3 if it had to
+#
+# What stays behind in the background is in parentheses: a function that is
+# redirected keeps the old output open, and with it the SSH session.
 COMMON = r'''
 p() { printf "\n%s %s\n" "$t" "$*"; }
 elf() {
@@ -50,7 +53,7 @@ _READ = r'''
 run() {
 p run; p run >&2
 "$@" </dev/null & c=$!
-alarm $c >/dev/null 2>&1 & w=$!
+(alarm $c) >/dev/null 2>&1 & w=$!
 { wait $c; } 2>/dev/null; s=$?
 { kill $w; wait $w; } 2>/dev/null
 p end $c $s $?; p end >&2
@@ -95,7 +98,7 @@ trap "kill \$! 2>/dev/null; exit 0" TERM
 sleep "$1" & wait $!
 rm -rf "$d"
 }
-janitor() { later "$1" </dev/null >/dev/null 2>&1 & echo $! >"$d/janitor"; }
+janitor() { (later "$1") </dev/null >/dev/null 2>&1 & echo $! >"$d/janitor"; }
 dismiss() { kill "$(cat "$d/janitor")" 2>/dev/null; }
 '''
 
@@ -132,7 +135,7 @@ janitor 600
 start() {
 rmdir "$d/armed" 2>/dev/null || return
 dismiss
-work "$@" </dev/null >/dev/null 2>&1 &
+(work "$@") </dev/null >/dev/null 2>&1 &
 }
 '''
 

@@ -161,6 +161,17 @@ def judge(status, records, marker=False):
     return result
 
 
+def refused(devices, accept):
+    """Which devices have another verdict than those, or measure differently;
+    a sentence each."""
+    return (["%s %s: %s" % (device["address"], device["verdict"],
+                            device["reason"])
+             for device in devices if device["verdict"] not in accept] +
+            ["%s measures differently" % device["address"]
+             for device in devices
+             if device["measurements"]["result"] == DIFFERS])
+
+
 def reference_of(devices):
     """A reference file's document from attested devices that can be trusted:
     those whose verdict is anchored and whose measurements are signed."""
