@@ -36,6 +36,12 @@ def _bind(source, target):
         raise Failure(f"{target}: {os.strerror(ctypes.get_errno())}.")
 
 
+def _family(pid):
+    """The server's own sessions: dropbear processes, not what they run."""
+    children = pathlib.Path(f"/proc/{pid}/task/{pid}/children")
+    return [int(child) for child in children.read_text().split()]
+
+
 class Host:
     """The BMC, seen from inside its own process."""
 
@@ -44,6 +50,7 @@ class Host:
         self.build = pathlib.Path(settings["build"])
         self.simulator = None
         self.server = None
+        self.programs = None
 
     def start(self):
         enter([ROOT, self.build, self.settings["folder"]])
@@ -68,13 +75,21 @@ class Host:
         for applet in applets:
             if not (programs / applet).exists():
                 (programs / applet).symlink_to("busybox")
-        (programs / "zantric").symlink_to(self.build / "tool/zantric")
+        self.programs = programs
+        self.furnish_tool()
         self._accounts()
         empty = _HOME / "empty"
         empty.mkdir()
         for hidden in ("/usr/local", "/usr/sbin"):
             _bind(empty, hidden)
         _bind(programs, "/usr/bin")
+
+    def furnish_tool(self):
+        """Puts the tool where a BMC has it, in place of what is there."""
+        tool = self.programs / "zantric"
+        tool.unlink(missing_ok=True)
+        tool.symlink_to(self.build / "tool/zantric")
+        return True
 
     def _accounts(self):
         keys = _HOME / "home/.ssh"
@@ -113,6 +128,30 @@ class Host:
     def silence(self):
         """Ends the SSH server; sessions that are open go on."""
         stop_process(self.server)
+        return True
+
+    def vanish(self):
+        """Ends the SSH server and its sessions, as a power cut would."""
+        self.drop()
+        return self.silence()
+
+    def drop(self):
+        """Ends the sessions that are open."""
+        return self._signal(signal.SIGKILL)
+
+    def freeze(self):
+        """Lets the server and its sessions hang."""
+        self.server.send_signal(signal.SIGSTOP)
+        return self._signal(signal.SIGSTOP)
+
+    def thaw(self):
+        """Lets them go on."""
+        self.server.send_signal(signal.SIGCONT)
+        return self._signal(signal.SIGCONT)
+
+    def _signal(self, number):
+        for child in _family(self.server.pid):
+            os.kill(child, number)
         return True
 
     def shell(self, command):

@@ -9,11 +9,16 @@ import signal
 import socket
 import subprocess
 import tempfile
+import time
 
 import host
+import world  # noqa: F401  (leads to the next)
+from harness import Watch
 from variants import scenario_of
 from world import ROOT, Failure, end_descendants
 
+PATIENCE = 60
+_DAEMONS = ("python3", "dbus-daemon", "systemd-journal", "bmcsim", "dropbear")
 _PR_SET_CHILD_SUBREAPER = 36  # linux/prctl.h
 _CONFIG = """[defaults]
 inventory = {folder}/hosts.json
@@ -68,8 +73,65 @@ class Bmc:
         file.write_text(json.dumps(scenario))
         return self._ask("simulate", str(file))
 
+    def play_with_fault(self, member, reply):
+        """Plays its own scenario with another reply to that method."""
+        scenario = json.loads((self.folder / "own.json").read_text())
+        scenario["faults"] = [{"member": member, **reply}]
+        return self.play(scenario)
+
+    def wait_call(self, member, count=1):
+        """Returns when the method was called that often."""
+        watch = Watch(self.path(host.CALLS))
+        try:
+            deadline = time.monotonic() + PATIENCE
+            while len(self.calls(member)) < count:
+                watch.wait(deadline)
+        finally:
+            watch.close()
+
+    def processes(self):
+        """Names of the processes in this BMC that the lab did not start."""
+        namespace = os.readlink(f"/proc/{self.pid}/ns/mnt")
+        found = []
+        for folder in pathlib.Path("/proc").glob("[0-9]*"):
+            try:
+                if os.readlink(folder / "ns/mnt") == namespace:
+                    found.append((folder / "comm").read_text().strip())
+            except OSError:
+                continue  # it has ended meanwhile
+        return sorted(name for name in found if name not in _DAEMONS)
+
+    def restore(self):
+        """Plays its own scenario anew, with the tool in its place."""
+        self._ask("furnish_tool")
+        return self._ask("simulate", str(self.folder / "own.json"))
+
     def listen(self):
         return self._ask("listen")
+
+    def drop(self):
+        """Ends the sessions that are open."""
+        return self._ask("drop")
+
+    def freeze(self):
+        """Lets the SSH server and its sessions hang."""
+        return self._ask("freeze")
+
+    def thaw(self):
+        """Lets them go on."""
+        return self._ask("thaw")
+
+    @staticmethod
+    def wait_gone(path):
+        """Returns when a file or folder of the BMC is gone."""
+        deadline = time.monotonic() + PATIENCE
+        while path.exists():
+            assert time.monotonic() < deadline, f"{path} is still there"
+            os.sched_yield()
+
+    def vanish(self):
+        """Ends the SSH server and all its sessions at once."""
+        return self._ask("vanish")
 
     def silence(self):
         return self._ask("silence")
@@ -105,6 +167,7 @@ class Lab:
         self.bmcs = {}
         self._forks = forks
         self._count = count
+        self._listeners = []
         ctypes.CDLL(None).prctl(_PR_SET_CHILD_SUBREAPER, 1)
 
     def __enter__(self):
@@ -138,7 +201,7 @@ class Lab:
     def _bmc(self, name, number):
         folder = self.folder / name
         folder.mkdir()
-        (folder / "scenario.json").write_text(json.dumps(scenario_of(number)))
+        (folder / "own.json").write_text(json.dumps(scenario_of(number)))
         key = folder / "host_key"
         made = subprocess.run(
             ["dropbearkey", "-t", "ed25519", "-f", key], check=True, text=True,
@@ -148,7 +211,7 @@ class Lab:
             "build": str(self.build), "folder": str(folder),
             "host_key": str(key),
             "port": free_port(), "key_line": " ".join(line[0].split()[:2]),
-            "scenario": str(folder / "scenario.json"),
+            "scenario": str(folder / "own.json"),
             "key": (self.folder / "key.pub").read_text()})
 
     def variables(self, bmc, **more):
@@ -169,6 +232,27 @@ class Lab:
         with open(self.folder / "known_hosts", "a", encoding="utf-8") as file:
             for port, key in keys:
                 file.write(f"[127.0.0.1]:{port} {key}\n")
+
+    def distrust(self, bmc):
+        """Makes Ansible expect another host key."""
+        file = self.folder / "known_hosts"
+        other = self.bmcs["bmc01"].key_line
+        lines = [f"[127.0.0.1]:{bmc.port} {other}"
+                 if line.startswith(f"[127.0.0.1]:{bmc.port} ") else line
+                 for line in file.read_text().splitlines()]
+        file.write_text("\n".join(lines) + "\n")
+
+    @staticmethod
+    def make_key(file):
+        """Makes a key that no BMC knows."""
+        subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f",
+                        file], check=True)
+
+    def silent_port(self):
+        """A port where connections are taken and nothing is said."""
+        listener = socket.create_server(("127.0.0.1", 0))
+        self._listeners.append(listener)
+        return listener.getsockname()[1]
 
     def environment(self, **more):
         """What makes Ansible see this lab, and nothing of the user's own."""

@@ -3,8 +3,8 @@
 import pathlib
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] /
-                       "scripts"))
+_TREE = pathlib.Path(__file__).resolve().parents[2]
+sys.path[:0] = [str(_TREE / "scripts"), str(_TREE / "test/e2e")]
 
 from sim_env import (ROOT, Failure, enter, start_bmc, start_bus,  # noqa: E402
                      start_journal, start_process, stop_process)
