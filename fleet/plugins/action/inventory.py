@@ -4,6 +4,8 @@ from __future__ import absolute_import, division, print_function
 
 __metaclass__ = type
 
+import json
+
 from ansible.plugins.action import ActionBase
 
 from ansible_collections.zantric.fleet.plugins.modules.inventory import (
@@ -29,8 +31,9 @@ class ActionModule(ActionBase):
         except Stopped as failure:
             return dict(result, failed=True, msg=str(failure))
         found = gather.inventory(frames)
-        result.update(changed=False, inventory=found,
-                      health=gather.health(found))
+        result.update(changed=False, health=gather.health(found),
+                      inventory=json.dumps(found) if options["as_text"]
+                      else found)
         if found["state"] is None:
             result.update(failed=True, msg="; ".join(found["errors"])
                           or "the tool listed nothing")

@@ -55,6 +55,8 @@ class ActionModule(ActionBase):
         found = variables.get("bmc") or {}
         attested = variables.get("attestation") or {}
         host = {name: found.get(name) for name in ("inventory", "health")}
+        if isinstance(host["inventory"], str):
+            host["inventory"] = json.loads(host["inventory"])
         host["devices"] = attested.get("devices")
         host["refused"] = bool(
             attested.get("failed") or attested.get("unreachable") or

@@ -39,7 +39,7 @@ v=
 while read -r s a; do
 ask "$s" "$a"
 case $s in
-rsa|lsa) for q in Drives Volumes StoragePools; do ask "$s" "$a" $q; done ;;
+rsa|lsa) for q in Drives Volumes; do ask "$s" "$a" $q; done ;;
 nvmed) v=1 ;;
 esac
 done
@@ -98,11 +98,10 @@ def _is_controller(devices, service, address):
 
 def inventory(frames):
     """The inventory from a session's frames."""
-    found = {"devices": [], "drives": [], "volumes": [], "pools": [],
+    found = {"devices": [], "drives": [], "volumes": [],
              "errors": [], "state": None}
     eids = {}
-    places = {"Drives": "drives", "Volumes": "volumes",
-              "StoragePools": "pools"}
+    places = {"Drives": "drives", "Volumes": "volumes"}
     for words, text, status in _pairs(frames):
         if words == ["list"]:
             _take_listing(found, eids, text, status)
@@ -130,7 +129,7 @@ def inventory(frames):
 def _take_listing(found, eids, text, status):
     if status != 0:
         _read("list", text, status, found["errors"])
-    found["state"] = list_text.parse_pcie(text)["state"]
+    found["state"] = list_text.pcie_state(text)
     for device in list_text.candidates(text):
         eids[device["service"], device["address"]] = device["eid"]
 

@@ -117,20 +117,30 @@ def _step(line, part, starts):
     return ends
 
 
+def _places(line, at, following):
+    """Where the part behind a text can begin, from a position on."""
+    if following is None:
+        yield len(line)
+    elif isinstance(following, str):
+        at = line.find(following, at)
+        while at >= 0:
+            yield at
+            at = line.find(following, at + 1)
+    else:
+        for place in range(at, len(line) + 1):
+            if following.pattern.match(line, place):
+                yield place
+
+
 def _free(line, starts, following):
     """The same for a text, which ends where the part behind it can begin."""
     ends = {}
-    ways, first, ordered = 0, None, sorted(starts)
-    for at in range(ordered[0] if ordered else 0, len(line) + 1):
-        if at in starts:
-            ways = min(2, ways + starts[at])
-            first = at
-        fits = (at == len(line) if following is None
-                else line.startswith(following, at)
-                if isinstance(following, str)
-                else bool(following.pattern.match(line, at)))
-        if ways and fits:
-            ends[at] = (ways, first)
+    ways, first, left = 0, None, sorted(starts, reverse=True)
+    for at in _places(line, left[-1], following) if left else ():
+        while left and left[-1] <= at:
+            first = left.pop()
+            ways = min(2, ways + starts[first])
+        ends[at] = (ways, first)
     return ends
 
 
@@ -267,20 +277,25 @@ def parse_list(text, target=None):
     return listing.result(counted=False)
 
 
+def pcie_state(text):
+    """What the header of the PCIe listing tells; None if there is none."""
+    found = re.match(r"Power: (.*);  Boot Progress: (.*);  (.{24})\Z",
+                     text.split("\n", 1)[0])
+    return (dict(zip(("power", "boot_progress", "time"), found.groups()))
+            if found else None)
+
+
 def parse_pcie(text):
     """What `list` without a target prints: the header, devices, and below each
     its parts, ports, drives and volumes."""
     listing = _Listing(text)
-    head = listing.lines[0] if listing.lines else ""
-    found = re.match(r"Power: (.*);  Boot Progress: (.*);  (.{24})\Z", head)
-    for number in range(1 if found else 0, len(listing.lines)):
+    state = pcie_state(text)
+    for number in range(1 if state else 0, len(listing.lines)):
         if not (listing.add(number, ("device", "part", "port"), "") or
                 listing.add(number, ("Volumes", "Drives"), _INNER)):
             listing.miss(number)
     listing.doubt(UNCOUNTED)
-    power = (dict(zip(("power", "boot_progress", "time"), found.groups()))
-             if found else None)
-    return listing.result(counted=False, state=power)
+    return listing.result(counted=False, state=state)
 
 
 def parse_backplanes(text):
@@ -349,16 +364,16 @@ def firmware_wrong(text, part_number, version):
     return wrong if rows else ["no device has part number " + part_number]
 
 
-def _device_rows(text):
-    return [row["fields"] for row in parse_pcie(text)["rows"]
-            if row["kind"] == "device" and "fields" in row]
-
-
 def candidates(text):
     """Devices that a PCIe listing names, each once: only somewhere to ask.
     What a device is, `show` tells."""
     found = {}
-    for fields in _device_rows(text):
+    for line in text.split("\n"):
+        if not line.startswith(("Onboard ", "   Slot ")):
+            continue
+        fields = _row(line, "device")[1]
+        if fields is None:
+            continue
         key = (fields["Service"], fields["PCIeAddress"])
         found.setdefault(key, {"service": key[0], "address": key[1],
                                "eid": fields["EID"]})

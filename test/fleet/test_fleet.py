@@ -1,0 +1,109 @@
+"""Sixty-four BMCs, three of them dead; and what an inventory costs."""
+
+import json
+import os
+import re
+import resource
+import subprocess
+import time
+
+import pytest
+from ansible import Ansible
+from lab import Lab, free_port
+from world import ROOT
+
+DEAD = ("bmc07", "bmc33", "bmc64")
+SIZES = (1, 4, 16, 64)
+ROUNDS = 3
+BOUND = 1.3
+
+
+@pytest.fixture(scope="module", name="large")
+def fixture_large():
+    """A lab of its own: the other has ended or goes on beside it."""
+    with Lab(64, os.environ.get("BUILD") or ROOT / "build", forks=32) as made:
+        yield made
+
+
+def variables(lab, names):
+    """These BMCs' inventory."""
+    return {name: lab.variables(lab.bmcs[name]) for name in names}
+
+
+def first(lab, count):
+    return variables(lab, sorted(lab.bmcs)[:count])
+
+
+def test_sixty_four_with_three_dead(large, tmp_path):
+    hosts = first(large, 64)
+    for name in DEAD:
+        hosts[name]["ansible_port"] = free_port()
+    play = Ansible(large).playbook(
+        "zantric.fleet.inventory", "-e", f"output={tmp_path}",
+        inventory=hosts, timeout=500)
+    assert play.status != 0
+    assert f"3 of 64 BMCs: {', '.join(DEAD)}" in play.out
+    found = json.loads((tmp_path / "inventory.json").read_text())["hosts"]
+    assert len(found) == 64
+    for name, host in found.items():
+        if name in DEAD:
+            assert host["problem"] == "unreachable"
+            continue
+        assert "problem" not in host
+        inventory = host["inventory"]
+        assert [len(inventory[kind]) for kind in
+                ("devices", "drives", "volumes", "errors")] == [14, 32, 5, 0]
+        number = int(name[3:])
+        serials = {row["document"]["SerialNumber"][-3:]
+                   for row in inventory["drives"]}
+        assert serials == {f"-{number:02d}"}
+        assert len(host["health"]["failed_drives"]) == (number % 3 == 0)
+        assert len(host["health"]["degraded_volumes"]) == (number % 4 == 0)
+        assert bool(host["health"]["links_down"]) == (number % 5 != 0)
+    page = (tmp_path / "inventory.html").read_text()
+    assert page.count("<summary>bmc") == 61
+    assert page.count(">unreachable<") == 3
+    # Nothing of it is anywhere else.
+    assert not re.findall(r"(?:src|href|url)\s*[=(]", page)
+
+
+def timed(lab, command, inventory, *words):
+    """Seconds that a command takes with no connection open before it."""
+    folder = lab.folder / "cost"
+    folder.mkdir(exist_ok=True)
+    file = folder / "hosts.json"
+    file.write_text(json.dumps({"all": {"hosts": inventory}}))
+    subprocess.run(["rm", "-rf", lab.folder / "cp"], check=True)
+    (lab.folder / "cp").mkdir(mode=0o700)
+    start = time.monotonic()
+    done = subprocess.run(
+        [*command, "-i", str(file), *words], cwd=folder, check=True,
+        env=lab.environment(), stdin=subprocess.DEVNULL, text=True,
+        stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    return time.monotonic() - start, done.stdout
+
+
+RAW = ("ansible", "all", "-m", "raw", "-a", "zantric")
+INVENTORY = ("ansible-playbook", "zantric.fleet.inventory")
+
+
+def test_what_an_inventory_costs(large):
+    """Both in turn, the best of each; for the table of the docs."""
+    lines = []
+    for size in SIZES:
+        hosts = first(large, size)
+        pairs = [(timed(large, INVENTORY, hosts)[0],
+                  timed(large, RAW, hosts)[0]) for _ in range(ROUNDS)]
+        _, told = timed(large, INVENTORY, hosts, "-vvv")
+        sessions = told.count("SSH: EXEC ssh") / size
+        mine, raw = map(min, zip(*pairs))
+        lines.append((size, mine, raw, mine / raw, sessions))
+    memory = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss / 1024
+    print(f"\n\nlargest process {memory:.0f} MiB\n"
+          "| BMCs | inventory | raw | ratio | sessions per BMC |\n"
+          "|---|---|---|---|---|")
+    for size, mine, raw, ratio, sessions in lines:
+        print(f"| {size} | {mine:.1f} s | {raw:.1f} s | {ratio:.2f} | "
+              f"{sessions:.0f} |")
+    assert all(sessions == 1 for *_, sessions in lines)
+    assert all(ratio <= BOUND for *_, ratio, _ in lines), lines
