@@ -15,10 +15,10 @@ import host
 import world  # noqa: F401  (leads to the next)
 from harness import Watch
 from variants import scenario_of
-from world import ROOT, Failure, end_descendants
+from world import ROOT, Failure
 
 PATIENCE = 60
-_DAEMONS = ("python3", "dbus-daemon", "systemd-journal", "bmcsim", "dropbear")
+_DAEMONS = ("python3", "dbus-daemon", "systemd-journald", "bmcsim", "dropbear")
 _PR_SET_CHILD_SUBREAPER = 36  # linux/prctl.h
 _CONFIG = """[defaults]
 inventory = {folder}/hosts.json
@@ -47,12 +47,14 @@ class Bmc:
         self.folder = folder
         self.port = settings["port"]
         self.key_line = settings["key_line"]
+        self.world = None
         self.pid, self._channel = host.fork(settings)
         self._stream = self._channel.makefile("rw")
 
     def wait(self):
+        """Returns when it has started."""
         self._answer()
-        return self
+        self.world = os.readlink(f"/proc/{self.pid}/ns/mnt")
 
     def _answer(self):
         line = self._stream.readline()
@@ -91,15 +93,9 @@ class Bmc:
 
     def processes(self):
         """Names of the processes in this BMC that the lab did not start."""
-        namespace = os.readlink(f"/proc/{self.pid}/ns/mnt")
-        found = []
-        for folder in pathlib.Path("/proc").glob("[0-9]*"):
-            try:
-                if os.readlink(folder / "ns/mnt") == namespace:
-                    found.append((folder / "comm").read_text().strip())
-            except OSError:
-                continue  # it has ended meanwhile
-        return sorted(name for name in found if name not in _DAEMONS)
+        names = [pathlib.PurePath(line.split("\0")[0]).name
+                 for _, world, line in everything() if world == self.world]
+        return sorted(name for name in names if name not in _DAEMONS)
 
     def restore(self):
         """Plays its own scenario anew, with the tool in its place."""
@@ -158,6 +154,25 @@ class Bmc:
         self._stream.close()
 
 
+def everything():
+    """(number, mount namespace, command line) of all processes."""
+    for folder in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            yield (int(folder.name), os.readlink(folder / "ns/mnt"),
+                   (folder / "cmdline").read_bytes().decode(errors="replace"))
+        except OSError:
+            continue  # it has ended meanwhile
+
+
+def end(pid):
+    """Ends a process, and reaps it if it is a child of this one."""
+    try:
+        os.kill(pid, signal.SIGKILL)
+        os.waitpid(pid, 0)
+    except (ProcessLookupError, ChildProcessError):
+        pass
+
+
 class Lab:
     """So many BMCs, and a folder with all that Ansible needs for them."""
 
@@ -179,9 +194,18 @@ class Lab:
         return self
 
     def __exit__(self, *_):
+        """Ends what is in the BMCs, and the connections to them: this process
+        is the parent of all that was left behind."""
+        worlds = {bmc.world for bmc in self.bmcs.values()}
         for bmc in self.bmcs.values():
             bmc.close()
-        end_descendants()
+        mine = [pid for pid, world, line in everything()
+                if world in worlds or str(self.folder) in line]
+        for pid in mine:
+            if pid != os.getpid():
+                end(pid)
+        for listener in self._listeners:
+            listener.close()
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def _start(self):

@@ -8,7 +8,6 @@ sys.path[:0] = [str(_TREE / "scripts"), str(_TREE / "test/e2e")]
 
 from sim_env import (ROOT, Failure, enter, start_bmc, start_bus,  # noqa: E402
                      start_journal, start_process, stop_process)
-from sim_run import _end_descendants as end_descendants  # noqa: E402
 
-__all__ = ["ROOT", "Failure", "end_descendants", "enter", "start_bmc",
-           "start_bus", "start_journal", "start_process", "stop_process"]
+__all__ = ["ROOT", "Failure", "enter", "start_bmc", "start_bus",
+           "start_journal", "start_process", "stop_process"]

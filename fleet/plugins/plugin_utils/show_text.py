@@ -25,7 +25,9 @@ _CONTAINER = re.compile(rb"(.*)\((object|array), ([0-9]+)\)\Z", re.S)
 _SCALAR = re.compile(rb"(.*) \((string|number|boolean|null)\)\Z", re.S)
 _HEX = re.compile(r"0x[0-9a-f]+\Z")
 _NUMBER = re.compile(r"-?(0|[1-9][0-9]*)(\.[0-9]+)?(e[+-][0-9]+)?\Z")
-_TYPES = {"string": str, "boolean": bool, "null": type(None)}
+_PLAIN = re.compile(r'"[^"\\\x00-\x1f]*"\Z')
+_WORDS = {"boolean": {"true": True, "false": False}, "null": {"null": None}}
+_NONE = object()
 
 
 class NotAPrint(ValueError):
@@ -120,11 +122,11 @@ class _Reader:
             key = self.enter(found, last, shape.group(1)[:-1])
             found[key] = yield self.container(indent, level, shape)
             return key.encode("utf-8")
-        field, value, kind = self.split(line)
+        field, value, is_number = self.split(line)
         key = self.enter(found, last, self.unpadded(field))
         self.at += 1
         shows_hex = any(word in key for word in ("PCI", "Address", "OOB"))
-        found[key] = self.scalar(key, value, kind, shows_hex)
+        found[key] = self.scalar(key, value, is_number, shows_hex)
         return key.encode("utf-8")
 
     def enter(self, found, last, raw):
@@ -144,38 +146,46 @@ class _Reader:
         return field.rstrip(b" ") if len(field) == _KEY_WIDTH else field
 
     def split(self, line):
-        """A line's key field, value and type. At most one split has a value:
-        the quote of a later one would stand unescaped in an earlier one."""
+        """A line's key field and value, a number as text. At most one split
+        has a value: the quote of a later one would stand unescaped in an
+        earlier one."""
         shape = _SCALAR.match(line)
         if shape is None:
             self.refuse("no member of a print")
         body, kind = shape.group(1), shape.group(2).decode("ascii")
         at = body.find(b" : ", _KEY_WIDTH)
         while at >= 0:
-            value = body[at + 3:].decode("utf-8")
-            if self.is_value(value, kind):
-                return body[:at], value, kind
+            value = self.value(body[at + 3:].decode("utf-8"), kind)
+            if value is not _NONE:
+                return body[:at], value, kind == "number"
             at = body.find(b" : ", at + 1)
         return self.refuse("no value of its type")
 
     @staticmethod
-    def is_value(text, kind):
+    def value(text, kind):
+        """The value that the printer prints so, a number as text."""
         if kind == "number":
-            return bool(_HEX.match(text) or _NUMBER.match(text))
+            number = _HEX.match(text) or _NUMBER.match(text)
+            return text if number else _NONE
+        if kind != "string":
+            return _WORDS[kind].get(text, _NONE)
+        if _PLAIN.match(text):
+            return text[1:-1]
         try:
             value = json.loads(text)
         except ValueError:
-            return False
-        return (isinstance(value, _TYPES[kind]) and
-                json.dumps(value, ensure_ascii=False) == text)
+            return _NONE
+        printed = (isinstance(value, str) and
+                   json.dumps(value, ensure_ascii=False) == text)
+        return value if printed else _NONE
 
-    def scalar(self, key, text, kind, shows_hex):
-        if kind != "number":
-            return json.loads(text)
-        if bool(_HEX.match(text)) != shows_hex:
+    def scalar(self, key, value, is_number, shows_hex):
+        if not is_number:
+            return value
+        if bool(_HEX.match(value)) != shows_hex:
             self.refuse("hexadecimal where decimal is printed, or the other "
                         "way round", self.at - 1)
-        return self.hexadecimal(key, text) if shows_hex else self.number(text)
+        return self.hexadecimal(key, value) if shows_hex else self.number(value)
 
     def number(self, text):
         value = json.loads(text)
@@ -219,10 +229,10 @@ class _Reader:
             key = self.enter(found, last, self.unpadded(shape.group(1)[:-1]))
             found[key] = yield self.inner(indent, level, shape)
             return key.encode("utf-8")
-        field, value, kind = self.split(line)
+        field, value, is_number = self.split(line)
         key = self.enter(found, last, self.unpadded(field))
         self.at += 1
-        found[key] = self.scalar(key, value, kind, "PCI" in key)
+        found[key] = self.scalar(key, value, is_number, "PCI" in key)
         return key.encode("utf-8")
 
     def inner(self, indent, level, shape):
@@ -263,9 +273,10 @@ class _Reader:
         self.at += 1
         if _NUMBER.match(text):
             return self.number(text)
-        for kind in _TYPES:
-            if self.is_value(text, kind):
-                return json.loads(text)
+        for kind in ("string", "boolean", "null"):
+            value = self.value(text, kind)
+            if value is not _NONE:
+                return value
         return self.refuse("no element of an array", self.at - 1)
 
 
