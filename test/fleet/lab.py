@@ -97,6 +97,12 @@ class Bmc:
                  for _, world, line in everything() if world == self.world]
         return sorted(name for name in names if name not in _DAEMONS)
 
+    def kill_tool(self):
+        """Ends the tool here; process numbers are the whole machine's."""
+        for pid, world, line in everything():
+            if world == self.world and "zantric\0-o\0" in line:
+                os.kill(pid, signal.SIGKILL)
+
     def restore(self):
         """Plays its own scenario anew, with the tool in its place."""
         self._ask("furnish_tool")
@@ -259,9 +265,15 @@ class Lab:
 
     def distrust(self, bmc):
         """Makes Ansible expect another host key."""
+        self._expect(bmc, self.bmcs["bmc01"].key_line)
+
+    def trust_again(self, bmc):
+        """Makes Ansible expect the right host key."""
+        self._expect(bmc, bmc.key_line)
+
+    def _expect(self, bmc, key):
         file = self.folder / "known_hosts"
-        other = self.bmcs["bmc01"].key_line
-        lines = [f"[127.0.0.1]:{bmc.port} {other}"
+        lines = [f"[127.0.0.1]:{bmc.port} {key}"
                  if line.startswith(f"[127.0.0.1]:{bmc.port} ") else line
                  for line in file.read_text().splitlines()]
         file.write_text("\n".join(lines) + "\n")

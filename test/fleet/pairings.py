@@ -16,13 +16,15 @@ class Pairing(NamedTuple):
 
     name: str
     device: dict
-    rooted: tuple    # verdict, step and rc with the root
-    rootless: tuple  # and without
+    rooted: tuple    # verdict, step and rc with the root,
+    rootless: tuple  # without,
+    marked: tuple    # and with the root and the marker file
 
 
 _ANCHORED = ("anchored", None, None)
 _UNANCHORED = ("unanchored", None, None)
 _NOTHING = ("nothing proved", None, None)
+_OVERRIDDEN = ("overridden", None, None)
 
 
 def _failed(step, rc=VERIFICATION):
@@ -113,6 +115,12 @@ _ROWS = (
 )
 
 
+def _marked(rooted, rootless):
+    """With the marker file every chain is accepted that can be read."""
+    refused = rooted == _failed("certificate chain")
+    return _OVERRIDDEN if refused or rootless == _UNANCHORED else rootless
+
+
 def _of_version(device, version, verdict):
     """With 1.3 a device of one key tells no usage for it, so the tool neither
     challenges it nor asks for measurements: what ends with 0 proves nothing."""
@@ -127,9 +135,29 @@ def pairings():
                     {"versions": [version], "measurements": _BLOCKS,
                      **settings},
                     *(_of_version(settings, version, verdict)
-                      for verdict in verdicts))
+                      for verdict in (*verdicts, _marked(*verdicts))))
             for name, versions, settings, verdicts in _ROWS
             for version in versions]
+
+
+def _words(verdict):
+    return verdict[0] + (f": {verdict[1]}, `{verdict[2]}`" if verdict[1]
+                         else "")
+
+
+def table():
+    """The lines of a table for people: versions with the same verdicts in one
+    row."""
+    rows = {}
+    for row in pairings():
+        name, version = row.name.rsplit(", ", 1)
+        key = (name, row.rooted, row.rootless, row.marked)
+        rows.setdefault(key, []).append(version)
+    return ["| device | SPDM | its root | no root | marker file |",
+            "|---|---|---|---|---|"] + [
+                "| " + " | ".join((name, ", ".join(versions),
+                                   *map(_words, verdicts))) + " |"
+                for (name, *verdicts), versions in rows.items()]
 
 
 def addresses():

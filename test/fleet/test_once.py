@@ -127,7 +127,8 @@ def test_a_bmc_that_was_restarted_in_a_change(lab, ansible):
 
     def restart():
         bmc.wait_call("Reset", before + 1)
-        bmc.shell("killall -9 zantric; rm -rf /run/zantric-*")
+        bmc.kill_tool()
+        bmc.shell("rm -rf /run/zantric-*")
         bmc.drop()
     killer = threading.Thread(target=restart)
     killer.start()

@@ -29,8 +29,9 @@ class ActionModule(ActionBase):
         result = super(ActionModule, self).run(tmp, task_vars)
         del tmp
         options = self.validate_argument_spec(argument_spec=ARGUMENTS)[1]
-        hosts = {name: self._host(task_vars["hostvars"][name],
-                                  options["accept"])
+        # What was registered needs no templates, which would cost most here.
+        variables = task_vars["hostvars"].raw_get
+        hosts = {name: self._host(variables(name), options["accept"])
                  for name in task_vars["ansible_play_hosts_all"]}
         for line in (page.verdict_lines(hosts) if options["verdicts"]
                      else page.table(hosts)):

@@ -21,6 +21,7 @@ th { text-align: left; font-weight: 600; color: var(--dim);
  font-size: .8rem; }
 th, td { padding: .45rem .7rem; border-bottom: 1px solid var(--line);
  vertical-align: top; }
+summary, td.s { white-space: nowrap; }
 td.n { text-align: right; font-variant-numeric: tabular-nums; }
 .b { display: inline-block; border-radius: 1rem; padding: 0 .6rem;
  margin: 0 .25rem .25rem 0; border: 1px solid; white-space: nowrap;
@@ -174,7 +175,7 @@ def _row(name, host):
     numbers = "".join('<td class="n">%d</td>' % n for n in _counts(host))
     return ("<tr><td><details><summary>%s</summary><ul>%s</ul><table>"
             "<tr><th>service<th>address<th>name<th>P/N<th>S/N<th>firmware"
-            "<th>attestation</tr>%s</table></details></td><td>%s</td>%s"
+            "<th>attestation</tr>%s</table></details></td><td class=\"s\">%s</td>%s"
             "<td>%s</td><td>%s</td></tr>" % (
                 _escaped(name), _problem_rows(host), _device_rows(host),
                 _escaped(_state(host)), numbers, health, proofs))

@@ -19,7 +19,8 @@ import uuid
 # elf    word size and machine of an ELF file, nothing for another file
 # tool   finds the tool; refuses one of another machine, which a shell would
 #        take for a script and run line by line
-# alarm  ends process $1 after $l seconds; its status is 3 if it had to
+# alarm  ends process $1 after $l seconds; its status is 3 if it had to. Its
+#        sleep is killed outright: another signal is lost before it has begun
 #
 # What stays behind in the background is in parentheses: a function that is
 # redirected keeps the old output open, and with it the SSH session.
@@ -38,9 +39,9 @@ case "$x/$y" in
 esac
 }
 alarm() {
-trap "kill \$! 2>/dev/null; exit 0" TERM
+trap "kill -9 \$! 2>/dev/null; exit 0" TERM
 sleep "$l" & wait $!
-trap "kill \$! 2>/dev/null; exit 3" TERM
+trap "kill -9 \$! 2>/dev/null; exit 3" TERM
 kill "$1"
 sleep 2 & wait $!
 kill -9 "$1"
@@ -94,7 +95,7 @@ p logged $?
 _CHANGE = r'''
 later() {
 trap "" HUP
-trap "kill \$! 2>/dev/null; exit 0" TERM
+trap "kill -9 \$! 2>/dev/null; exit 0" TERM
 sleep "$1" & wait $!
 rm -rf "$d"
 }

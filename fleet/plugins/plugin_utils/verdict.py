@@ -154,6 +154,9 @@ def judge(status, records, marker=False):
               "failed_blocks": _failed_blocks(records)}
     if status != 0:
         result.update(_failure(records), verdict=FAILED)
+        if 128 < status < 255:
+            result.update(step="the tool was ended by signal %d"
+                          % (status - 128), rc=None)
         result["reason"] = "%s, %s" % (result["step"],
                                        result["rc"] or "no status")
     else:

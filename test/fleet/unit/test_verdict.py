@@ -98,6 +98,12 @@ def test_a_failure_without_records():
     assert (found["verdict"], found["rc"]) == ("failed", None)
 
 
+def test_a_run_that_was_ended_says_so():
+    found = verdict.judge(137, START)
+    assert (found["verdict"], found["step"], found["rc"]) == (
+        "failed", "the tool was ended by signal 9", None)
+
+
 def device(value="00ff", capabilities="0x16", **more):
     found = verdict.judge(0, START + agreed(capabilities) + ROOT + CHAIN
                           + CHALLENGE + block(1, value) + END)
