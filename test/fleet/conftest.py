@@ -8,7 +8,7 @@ import pytest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
-from ansible import Ansible  # noqa: E402
+from plays import Ansible  # noqa: E402
 from lab import Lab  # noqa: E402
 from world import ROOT  # noqa: E402
 

@@ -7,7 +7,7 @@ import subprocess
 import sys
 
 import pytest
-from ansible import task
+from plays import task
 from variants import items
 from world import ROOT
 

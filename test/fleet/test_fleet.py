@@ -7,7 +7,7 @@ import subprocess
 import time
 
 import pytest
-from ansible import Ansible
+from plays import Ansible
 from lab import Lab, free_port
 from world import ROOT
 

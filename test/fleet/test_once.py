@@ -4,7 +4,7 @@ import random
 import threading
 
 import pytest
-from ansible import task
+from plays import task
 from proxies import Cutter
 
 SEED = 20

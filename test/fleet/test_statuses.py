@@ -3,7 +3,7 @@
 import threading
 
 import pytest
-from ansible import task
+from plays import task
 from lab import free_port
 
 A = "0x8c0000"

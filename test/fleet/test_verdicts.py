@@ -5,7 +5,7 @@ import shutil
 import subprocess
 
 import pytest
-from ansible import task
+from plays import task
 from pairings import addresses, pairings, scenario, table
 from world import ROOT
 

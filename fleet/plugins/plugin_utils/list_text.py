@@ -13,10 +13,7 @@ __metaclass__ = type
 
 import re
 
-_NUMBER = "[0-9]+"
-_REAL = r"-?[0-9]+\.[0-9]+|-?inf|-?nan"
-_HEX = "[0-9A-F]+"
-_WORD = "[A-Za-z0-9_-]+"
+from .row_text import WORD, row_of
 
 UNCOUNTED = "the listing does not tell how many rows there are"
 SEVERAL = "the line can be read in several ways"
@@ -24,158 +21,9 @@ MISCOUNTED = "the listing has another number of rows than it tells"
 USAGE = "a line of counters behind a row may be part of its text"
 
 
-class _Field:
-    """A part of a line: a number (by its pattern) or any text."""
-
-    def __init__(self, name, pattern=None, base=None):
-        self.name = name
-        self.pattern = re.compile(pattern) if pattern else None
-        self.base = base
-
-    def value(self, text):
-        if self.base:
-            return int(text, self.base)
-        return text
-
-
-def _count(name, pattern=_NUMBER, base=10):
-    return _Field(name, pattern, base)
-
-
-def _text(name):
-    return _Field(name)
-
-
-def _real(name):
-    return _Field(name, _REAL)
-
-
-_DRIVE_HEAD = (_text("Location"), ", ResId ", _count("ResourceId"), ", ",
-               _text("Name"), ", ", _text("TypeString"), ", ",
-               _text("Manufacturer"), ", ", _text("Model"), ", ")
-_DRIVE_TAIL = ("S/N: ", _text("SerialNumber"), ", F/W: ",
-               _text("FirmwareVersion"))
-_ROWS = {
-    "Drives": (
-        _DRIVE_HEAD + _DRIVE_TAIL,
-        _DRIVE_HEAD + ("P/N: ", _text("PartNumber"), ", ") + _DRIVE_TAIL,
-        _DRIVE_HEAD + ("SKU: ", _text("SKU"), ", ") + _DRIVE_TAIL),
-    "Volumes": ((
-        _text("Name"), ", ResId ", _count("ResourceId"), ", ",
-        _text("RAIDType"), ", ", _real("CapacityGiB"), "GiB; StripSize=",
-        _count("StripSizeKB"), "KB, ", _text("ReadCachePolicy"), ", ",
-        _text("WriteCachePolicy"), ", WtCacheState=",
-        _text("WriteCacheState")),),
-    "StoragePools": ((
-        "Pool ", _count("ResourceId"), ": ", _text("SupportedRAIDTypes"),
-        ", Capacity ", _real("CapacityGiB"), "GiB, Consumed ",
-        _real("ConsumedGiB"), "GiB, Remain ",
-        _count("RemainingCapacityPercent")),),
-    "Backplanes": ((
-        _text("Name"), ": i2c-", _count("I2CBus"), ", bay[",
-        _count("FirstBay"), "-", _count("EndBay"), "], formfactor=",
-        _text("FormFactor"), ", location=", _text("Location")),),
-    "firmware": ((
-        "    [", _text("Name"), "] Model: ", _text("Model"), ", ID: ",
-        _text("Identifier"), ", F/W: ", _text("FirmwareVersion"),
-        ", UpdateMethod: ", _text("UpdateMethod"), ", Controller: 0x",
-        _count("ControllerAddress", "[0-9a-f]+", 16)),),
-    "device": ((
-        _Field("Place", "Onboard|   Slot"), " ", _count("SlotNumber"),
-        ", Addr 0x", _count("PCIeAddress", _HEX, 16), ", [",
-        _count("VendorId", _HEX, 16), " ", _count("DeviceId", _HEX, 16), " ",
-        _count("SubsystemVendorId", _HEX, 16), " ",
-        _count("SubsystemId", _HEX, 16), "], ", _Field("Service", _WORD), ", ",
-        _text("Name"), ", EID(0x", _count("EID", _HEX, 16), ")",
-        _text("Trailing")),),
-    "part": ((
-        "            P/N: ", _text("PartNumber"), ";  SKU: ", _text("SKU"),
-        ";  S/N: ", _text("SerialNumber"), ";  Manufacture: ",
-        _text("Manufacturer")),),
-    "port": ((
-        "            [Port ", _text("Port"), "]  ", _text("PermanentAddress"),
-        ";  State: ", _text("LinkStatus"), ";  Speed(Gbps): ",
-        _real("SpeedGbps"), _text("Extra")),),
-}
-_HEADER = re.compile(r"(%s): ([0-9]+) (Drives|Volumes|StoragePools)\Z" % _WORD)
+_HEADER = re.compile(r"(%s): ([0-9]+) (Drives|Volumes|StoragePools)\Z" % WORD)
 _COUNTERS = re.compile(r" +POH: [0-9]+,  (ProcessedBytes|WriteBytes): ")
 _INNER = " " * 12
-
-
-def _step(line, part, starts):
-    """Where a part of a line can end: position to (ways, one start)."""
-    ends = {}
-    for start, ways in starts.items():
-        if isinstance(part, str):
-            if line.startswith(part, start):
-                ends[start + len(part)] = (ways, start)
-        else:
-            found = part.pattern.match(line, start)
-            if found:
-                at = found.end()
-                ends[at] = (ends.get(at, (0, 0))[0] + ways, start)
-    return ends
-
-
-def _places(line, at, following):
-    """Where the part behind a text can begin, from a position on."""
-    if following is None:
-        yield len(line)
-    elif isinstance(following, str):
-        at = line.find(following, at)
-        while at >= 0:
-            yield at
-            at = line.find(following, at + 1)
-    else:
-        for place in range(at, len(line) + 1):
-            if following.pattern.match(line, place):
-                yield place
-
-
-def _free(line, starts, following):
-    """The same for a text, which ends where the part behind it can begin."""
-    ends = {}
-    ways, first, left = 0, None, sorted(starts, reverse=True)
-    for at in _places(line, left[-1], following) if left else ():
-        while left and left[-1] <= at:
-            first = left.pop()
-            ways = min(2, ways + starts[first])
-        ends[at] = (ways, first)
-    return ends
-
-
-def _readings(line, parts):
-    """In how many ways (2 stands for more) the parts make up the line, and
-    the fields of one of them."""
-    steps = []
-    starts = {0: 1}
-    for number, part in enumerate(parts):
-        following = parts[number + 1] if number + 1 < len(parts) else None
-        free = isinstance(part, _Field) and part.pattern is None
-        ends = (_free(line, starts, following) if free
-                else _step(line, part, starts))
-        steps.append(ends)
-        starts = {at: min(2, ways) for at, (ways, _start) in ends.items()}
-    total = starts.get(len(line), 0)
-    if total != 1:
-        return total, None
-    fields, at = {}, len(line)
-    for part, ends in zip(reversed(parts), reversed(steps)):
-        start = ends[at][1]
-        if isinstance(part, _Field):
-            fields[part.name] = part.value(line[start:at])
-        at = start
-    return 1, fields
-
-
-def _row(line, kind):
-    """(ways, fields) over all the forms that such a row has."""
-    ways, fields = 0, None
-    for parts in _ROWS[kind]:
-        more, found = _readings(line, parts)
-        ways += more
-        fields = found if found is not None else fields
-    return ways, fields if ways == 1 else None
 
 
 def _make(number, line, kind, ways, fields, why):
@@ -203,7 +51,7 @@ class _Listing:
             inner = line[len(strip):] if line.startswith(strip) else None
             if inner is None:
                 continue
-            ways, fields = _row(inner, kind)
+            ways, fields = row_of(inner, kind)
             if ways:
                 self.rows.append(dict(_make(number + 1, line, kind, ways,
                                             fields, []), **more))
@@ -308,7 +156,7 @@ def parse_backplanes(text):
     return listing.result(counted=False)
 
 
-_GROUP = re.compile(r"Get (%s) devices: ([0-9]+) devices\Z" % _WORD)
+_GROUP = re.compile(r"Get (%s) devices: ([0-9]+) devices\Z" % WORD)
 _GROUPS = ("Updatable", "Unupdatable")
 
 
@@ -371,7 +219,7 @@ def candidates(text):
     for line in text.split("\n"):
         if not line.startswith(("Onboard ", "   Slot ")):
             continue
-        fields = _row(line, "device")[1]
+        fields = row_of(line, "device")[1]
         if fields is None:
             continue
         key = (fields["Service"], fields["PCIeAddress"])

@@ -4,4 +4,4 @@ import pathlib
 import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[3] /
-                       "fleet/plugins/plugin_utils"))
+                       "fleet/plugins"))

@@ -3,7 +3,7 @@
 import pathlib
 import re
 
-import verdict
+from plugin_utils import verdict
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 LITERALS = r'((?:"(?:[^"\\]|\\.)*"\s*)+)'

@@ -1,6 +1,6 @@
 """Listings are read, and names that lie are noticed."""
 
-import list_text
+from plugin_utils import list_text
 import pytest
 
 VOLUME = ("  {}, ResId {}, RAID1, 893.00GiB; StripSize=256KB, Off, "

@@ -5,7 +5,7 @@ import shutil
 import subprocess
 
 import pytest
-import remote
+from plugin_utils import remote
 
 TOOL = """#!/bin/sh
 echo "out $*"

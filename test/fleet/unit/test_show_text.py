@@ -5,7 +5,7 @@ import os
 
 import documents
 import pytest
-import show_text
+from plugin_utils import show_text
 
 COUNT = int(os.environ.get("FLEET_DOCUMENTS", "2000"))
 BATCH = 1000

@@ -1,7 +1,7 @@
 """Verdicts from records: a status of 0 is never more than it proved."""
 
 import pytest
-import verdict
+from plugin_utils import verdict
 
 AGREED = ("Responder version {V}, capabilities {R}, asym algo {AA}, "
           "hash algo {HA}, measurement hash algo {MH}")
