@@ -12,7 +12,7 @@ import tempfile
 
 from bmc import Bmc, end, everything
 from variants import scenario_of
-from world import ROOT, Failure
+from world import ROOT
 
 _PR_SET_CHILD_SUBREAPER = 36  # linux/prctl.h
 _CONFIG = """[defaults]
