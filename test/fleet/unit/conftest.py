@@ -3,5 +3,5 @@
 import pathlib
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[3] /
-                       "fleet/plugins"))
+_TREE = pathlib.Path(__file__).resolve().parents[3]
+sys.path[:0] = [str(_TREE / "fleet/plugins"), str(_TREE / "test/fleet")]
