@@ -60,15 +60,15 @@ class ActionModule(ActionBase):
 
     @staticmethod
     def _devices(bmc, options):
-        """The named devices, or all with an endpoint id; with the service
-        that the listing names for them."""
+        """The named devices, or all that may have an endpoint id; with the
+        service that the listing names for them."""
         (run, _records), = bmc.read(options["executable"], 120,
                                     [["-o", "list"]])
         listed = list_text.candidates(run.out)
         wanted = [int(operations.address_word(address), 16)
                   for address in options["addresses"] or []]
         if not wanted:
-            return [device for device in listed if device["eid"]]
+            return [device for device in listed if device["eid"] != 0]
         by_address = {device["address"]: device for device in listed}
         return [by_address.get(address, {"service": None, "address": address,
                                          "eid": None}) for address in wanted]

@@ -14,6 +14,8 @@ from ansible_collections.zantric.fleet.plugins.modules.run import ARGUMENTS
 from ansible_collections.zantric.fleet.plugins.plugin_utils import operations
 from ansible_collections.zantric.fleet.plugins.plugin_utils.bmc import (
     Bmc, Once, Stopped, Unknown)
+from ansible_collections.zantric.fleet.plugins.plugin_utils.outcome import (
+    clean)
 from ansible_collections.zantric.fleet.plugins.plugin_utils.remote import quoted
 
 
@@ -96,9 +98,13 @@ class ActionModule(ActionBase):
 
     @staticmethod
     def _progress(task_vars):
+        """Shows whole lines; output comes in pieces that end anywhere."""
         host = task_vars.get("inventory_hostname", "")
+        pending = [""]
 
         def show(text):
-            for line in text.splitlines():
-                Display().display("%s: %s" % (host, line))
+            lines = (pending[0] + text).split("\n")
+            pending[0] = lines.pop()
+            for line in lines:
+                Display().display("%s: %s" % (host, clean(line)))
         return show

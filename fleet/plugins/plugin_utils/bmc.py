@@ -166,7 +166,7 @@ class Once:
     def _text(self, reply, kind):
         text = "".join(frame.text for frame in reply if frame.kind == kind)
         if kind == "run" and self._show:
-            self._show(clean(text))
+            self._show(text)
         return text
 
     def _follow(self, slice_, out):

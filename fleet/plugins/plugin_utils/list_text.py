@@ -212,17 +212,24 @@ def firmware_wrong(text, part_number, version):
     return wrong if rows else ["no device has part number " + part_number]
 
 
+_PLACE = re.compile(r"(?:Onboard|   Slot) [0-9]+, Addr 0x([0-9A-F]+), "
+                    r"\[[^]]*\], (%s), " % WORD)
+
+
 def candidates(text):
     """Devices that a PCIe listing names, each once: only somewhere to ask.
-    What a device is, `show` tells."""
+    What a device is, `show` tells. An endpoint id of 0 is none; it is None
+    where a line has several readings, so that no name can hide a device."""
     found = {}
     for line in text.split("\n"):
-        if not line.startswith(("Onboard ", "   Slot ")):
+        place = _PLACE.match(line)
+        if place is None:
             continue
         fields = row_of(line, "device")[1]
-        if fields is None:
-            continue
-        key = (fields["Service"], fields["PCIeAddress"])
-        found.setdefault(key, {"service": key[0], "address": key[1],
-                               "eid": fields["EID"]})
+        eid = fields["EID"] if fields else None
+        key = (place.group(2), int(place.group(1), 16))
+        device = found.setdefault(key, {"service": key[0], "address": key[1],
+                                        "eid": eid})
+        if device["eid"] == 0:
+            device["eid"] = eid
     return list(found.values())

@@ -132,6 +132,18 @@ def test_a_device_name_that_looks_like_an_endpoint_is_ambiguous():
     assert "fields" not in result["rows"][0]
 
 
+@pytest.mark.parametrize("rows, eid", [
+    ([DEVICE.format("plain")], 9),
+    # A name cannot hide that a device may have an endpoint id.
+    ([DEVICE.format("x, EID(0x00)")], None),
+    ([DEVICE.format("x").replace("0x09", "0x00"), DEVICE.format("x")], 9),
+    ([DEVICE.format("x").replace("0x09", "0x00")], 0),
+])
+def test_where_to_ask(rows, eid):
+    assert list_text.candidates(HEAD + "".join(rows)) == [
+        {"service": "rsa", "address": 0x8c0000, "eid": eid}]
+
+
 def test_backplanes():
     row, = list_text.parse_backplanes(
         "Bay 0-7: i2c-7, bay[0-8], formfactor=2.5, location=front\n")["rows"]
