@@ -11,15 +11,15 @@ short_description: Attest a BMC's devices, with one verdict for each
 description:
   - Runs C(zantric -o attest) on devices and tells from its status and from the
     journal records of that run what was proved.
-  - V(anchored) means that the certificate chain ends in a given root, and that
+  - C(anchored) means that the certificate chain ends in a given root, and that
     the device answered a challenge or signed a measurement.
-  - V(unanchored) is the same without a root. Whoever made the chain is trusted.
-  - V(overridden) means that the marker file on the BMC made the tool accept
+  - C(unanchored) is the same without a root. Whoever made the chain is trusted.
+  - C(overridden) means that the marker file on the BMC made the tool accept
     any chain.
-  - V(nothing proved) means that the device has no certificates, or neither
+  - C(nothing proved) means that the device has no certificates, or neither
     answered a challenge nor signed a measurement, or that the records are
     missing.
-  - V(failed) comes with C(step) and C(rc).
+  - C(failed) comes with C(step) and C(rc).
   - Measurements are compared with a reference file, see
     C(docs/attest.md) of the collection.
 version_added: 1.0.0
@@ -77,8 +77,8 @@ devices:
     - For each device C(address), C(service), C(eid), C(part_number),
       C(firmware_version), C(verdict) with its C(reason), for a failure C(step)
       and C(rc), the measurement C(blocks), and in C(measurements) how they
-      compare, V(match), V(differs) with block and both values,
-      V(no reference) or V(not measured).
+      compare, C(match), C(differs) with block and both values,
+      C(no reference) or C(not measured).
   returned: success
   type: list
   elements: dict

@@ -18,7 +18,7 @@ description:
     often Ansible repeats a command (C(ANSIBLE_SSH_RETRIES)). When a connection
     is lost, the action comes back and reports what the BMC did meanwhile.
     If it cannot come back, or nobody can tell what a service did, the task is
-    FAILED with C(outcome) V(unknown) and a word on what to look at.
+    FAILED with C(outcome) C(unknown) and a word on what to look at.
   - Changes are create, edit, delete, clear, drive actions, enableMctp,
     discover, event, and update with a file. All else only reads.
   - Nothing is left on the BMC. A run that the control node abandons removes
@@ -54,10 +54,10 @@ options:
         since the tool would take decimal digits for hexadecimal.
     type: raw
   service:
-    description: The service's word, such as V(rsa).
+    description: The service's word, such as C(rsa).
     type: str
   target:
-    description: What to list or show, such as V(Drives) or V(Volumes).
+    description: What to list or show, such as C(Drives) or C(Volumes).
     type: str
   resource_id:
     description: Number of the drive or volume.
@@ -67,15 +67,15 @@ options:
     type: str
   file:
     description:
-      - For O(operation=update), O(operation=create) and O(operation=edit) a
+      - For C(operation=update), C(operation=create) and C(operation=edit) a
         file on the control node. It is copied to the BMC, its checksum
         compared, and removed afterwards. An update takes the part number from
-        the file's name unless O(params) has it.
-      - For O(operation=attest) the directory of root certificates on the BMC,
-        for O(operation=show) with O(target=Objects) an interface.
+        the file's name unless I(params) has it.
+      - For C(operation=attest) the directory of root certificates on the BMC,
+        for C(operation=show) with C(target=Objects) an interface.
     type: str
   remote_src:
-    description: Whether O(file) is already on the BMC.
+    description: Whether I(file) is already on the BMC.
     type: bool
     default: false
   verbose:
@@ -107,7 +107,7 @@ options:
 notes:
   - In check mode what reads runs, and a change is only reported.
   - C(changed) is true for changes that succeeded, and only for them.
-  - Parse what C(show) prints with the filter P(zantric.fleet.show#filter).
+  - Parse what C(show) prints with the filter C(zantric.fleet.show).
     What C(list) prints cannot be trusted, since names can hold anything.
 attributes:
   check_mode:
@@ -165,12 +165,12 @@ pid:
   returned: when the tool ran to its end
   type: int
 outcome:
-  description: V(done), V(failed) or V(unknown).
+  description: C(done), C(failed) or C(unknown).
   returned: for changes
   type: str
 journal:
   description: The journal records of the run.
-  returned: when O(journal) is true
+  returned: when I(journal) is true
   type: list
   elements: dict
 """
