@@ -1,6 +1,5 @@
 """The lab: simulated BMCs on this machine, and Ansible's view of them."""
 
-import ctypes
 import json
 import os
 import pathlib
@@ -14,7 +13,6 @@ from bmc import Bmc, end, everything
 from variants import scenario_of
 from world import ROOT
 
-_PR_SET_CHILD_SUBREAPER = 36  # linux/prctl.h
 _CONFIG = """[defaults]
 inventory = {folder}/hosts.json
 collections_path = {folder}/collections
@@ -44,7 +42,6 @@ class Lab:
         self._forks = forks
         self._count = count
         self._listeners = []
-        ctypes.CDLL(None).prctl(_PR_SET_CHILD_SUBREAPER, 1)
 
     def __enter__(self):
         try:
@@ -55,8 +52,7 @@ class Lab:
         return self
 
     def __exit__(self, *_):
-        """Ends what is in the BMCs, and the connections to them: this process
-        is the parent of all that was left behind."""
+        """Ends what is in the BMCs, and the connections to them."""
         worlds = {bmc.world for bmc in self.bmcs.values()}
         for bmc in self.bmcs.values():
             bmc.close()
