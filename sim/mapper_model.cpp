@@ -26,20 +26,9 @@ Json one(Json value)
     return values;
 }
 
-/** A trailing slash does not count, as in the real mapper. */
-std::string pathOf(const Call& call)
-{
-    auto path = call.args[0].get<std::string>();
-    if (path.size() > 1 && path.ends_with('/'))
-    {
-        path.pop_back();
-    }
-    return path;
-}
-
 std::optional<Holdings> found(const Holdings& holdings, const Call& call)
 {
-    std::string root = pathOf(call);
+    auto root = call.args[0].get<std::string>();
     if (!knows(holdings, root))
     {
         return std::nullopt;
@@ -87,16 +76,24 @@ Holdings MapperModel::holdings() const
 
 Reply MapperModel::getObject(const Call& call) const
 {
-    auto services = servicesAt(holdings(), pathOf(call),
-                               call.args[1].get<std::vector<std::string>>());
-    return services.empty() ? notFound()
-                            : Reply::of("a{sas}", one(Json(services)));
+    Holdings all = holdings();
+    auto path = call.args[0].get<std::string>();
+    auto interfaces = call.args[1].get<std::vector<std::string>>();
+    auto services = servicesAt(all, path, interfaces);
+    bool there = interfaces.empty() ? all.contains(path) : !services.empty();
+    return there ? Reply::of("a{sas}", one(Json(services))) : notFound();
 }
 
 Reply MapperModel::getSubTree(const Call& call) const
 {
     auto tree = found(holdings(), call);
-    return tree ? Reply::of("a{sa{sas}}", one(Json(*tree))) : notFound();
+    if (!tree)
+    {
+        return notFound();
+    }
+    std::erase_if(*tree,
+                  [](const auto& entry) { return entry.second.empty(); });
+    return Reply::of("a{sa{sas}}", one(Json(*tree)));
 }
 
 Reply MapperModel::getSubTreePaths(const Call& call) const

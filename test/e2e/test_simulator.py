@@ -189,10 +189,14 @@ def test_a_fault_lies_over_a_model_and_may_let_calls_pass(bmc):
     assert answer(bmc, "GetDrives", "u", "9175040") == ["x"]
 
 
-def sub_tree(bmc, root, depth, *interfaces):
-    return ask(bmc, "GetSubTree", "sias", root, str(depth),
-               str(len(interfaces)), *interfaces, name=s.MAPPER,
-               path=s.MAPPER_PATH, interface=s.MAPPER)
+def ask_mapper(bmc, member, *words):
+    return ask(bmc, member, *words, name=s.MAPPER, path=s.MAPPER_PATH,
+               interface=s.MAPPER)
+
+
+def sub_tree(bmc, root, depth, *interfaces, member="GetSubTree"):
+    return ask_mapper(bmc, member, "sias", root, str(depth),
+                      str(len(interfaces)), *interfaces)
 
 
 def test_the_mapper_computes_over_what_the_services_hold(bmc):
@@ -209,6 +213,22 @@ def test_the_mapper_computes_over_what_the_services_hold(bmc):
         {"/r/x": {"b.b": ["i.One"]}, "/r/x/y": {"a.a": ["i.One"]}}]
     assert json.loads(sub_tree(bmc, "/r", 2, "i.No").out)["data"] == [{}]
     assert "not found" in sub_tree(bmc, "/q", 0).err
+
+
+def test_the_mapper_knows_paths_that_lead_to_objects(bmc):
+    """As long as no interface is asked for; a subtree has them without
+    services only in the list of its paths."""
+    bmc.start(s.merge(s.mapper(), s.method(
+        "b.b", "/r/x/y", "i.One", "M", {"return": []})))
+    assert json.loads(sub_tree(bmc, "/r/", 0).out)["data"] == [
+        {"/r/x/y": {"b.b": ["i.One"]}}]
+    assert json.loads(sub_tree(
+        bmc, "/r", 0, member="GetSubTreePaths").out)["data"] == [
+            ["/r/x", "/r/x/y"]]
+    assert json.loads(ask_mapper(
+        bmc, "GetObject", "sas", "/r/x", "0").out)["data"] == [{}]
+    for words in (["/r/x", "1", "i.One"], ["/r/x/", "0"]):
+        assert "not found" in ask_mapper(bmc, "GetObject", "sas", *words).err
 
 
 def test_a_routing_table_is_encoded_from_its_endpoints(bmc):
