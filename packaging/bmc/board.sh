@@ -35,6 +35,7 @@ boot_board() {
     : >"$console"
     local start=$SECONDS
     # It says of the other interfaces that nothing is behind them.
+    # shellcheck disable=SC2086  # QEMU_OPTIONS are words
     qemu-system-arm -M ast2600-evb -display none -no-reboot -daemonize \
         -pidfile "$run/pid" -serial "file:$console" \
         -kernel "$cache"/kernel/boot/vmlinuz-* \
@@ -43,7 +44,7 @@ boot_board() {
             rdinit=/sbin/init systemd.show_status=1 TERM=dumb" \
         -device pca9548,bus=aspeed.i2c.bus.3,address=0x70 \
         -nic "user,restrict=on,hostfwd=tcp:127.0.0.1:$port-:22" \
-        2>"$cache/qemu.log" ||
+        ${QEMU_OPTIONS-} 2>"$cache/qemu.log" ||
         fail "QEMU did not start; see $cache/qemu.log"
     echo "$port" >"$run/port"
     # What the board shows until it is ready, or until there is no board.
@@ -85,6 +86,7 @@ with_board() {
 on_board_start() { :; }
 on_board_shell() { "${ssh[@]}" -t || true; }
 on_board_check() { check "$@"; }
+on_board_figures() { figures; }
 
 on_board_run() {
     local words
