@@ -32,7 +32,7 @@ std::string pathOf(const Call& call)
 
 std::optional<Holdings> found(const Holdings& holdings, const Call& call)
 {
-    std::string root = pathOf(call);
+    auto root = call.args[0].get<std::string>();
     if (!knows(holdings, root))
     {
         return std::nullopt;
@@ -79,15 +79,25 @@ Holdings MapperModel::holdings() const
 
 Reply MapperModel::getObject(const Call& call) const
 {
-    auto services = servicesAt(holdings(), pathOf(call),
-                               call.args[1].get<std::vector<std::string>>());
-    return services.empty() ? notFound() : Reply::one("a{sas}", services);
+    const Holdings all = holdings();
+    const std::string path = pathOf(call);
+    const auto interfaces = call.args[1].get<std::vector<std::string>>();
+    auto services = servicesAt(all, path, interfaces);
+    const bool there =
+        interfaces.empty() ? all.contains(path) : !services.empty();
+    return there ? Reply::one("a{sas}", services) : notFound();
 }
 
 Reply MapperModel::getSubTree(const Call& call) const
 {
     auto tree = found(holdings(), call);
-    return tree ? Reply::one("a{sa{sas}}", *tree) : notFound();
+    if (!tree)
+    {
+        return notFound();
+    }
+    std::erase_if(*tree,
+                  [](const auto& entry) { return entry.second.empty(); });
+    return Reply::one("a{sa{sas}}", *tree);
 }
 
 Reply MapperModel::getSubTreePaths(const Call& call) const

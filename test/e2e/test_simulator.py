@@ -2,12 +2,13 @@
 
 import json
 import signal
+import socket
 import subprocess
 
 import pytest
 
 import scenarios as s
-from harness import Call, sim_env
+from harness import TIMEOUT, Call, sim_env
 
 PATH = "/com/mervax/rsa"
 NAME = "com.mervax.rsa"
@@ -266,10 +267,14 @@ def test_each_change_takes_its_own_document(bmc, member, before, taken,
         assert send(document) == [0]
 
 
-def sub_tree(bmc, root, depth, *interfaces):
-    return ask(bmc, "GetSubTree", "sias", root, str(depth),
-               str(len(interfaces)), *interfaces, name=s.MAPPER,
-               path=s.MAPPER_PATH, interface=s.MAPPER)
+def ask_mapper(bmc, member, *words):
+    return ask(bmc, member, *words, name=s.MAPPER, path=s.MAPPER_PATH,
+               interface=s.MAPPER)
+
+
+def sub_tree(bmc, root, depth, *interfaces, member="GetSubTree"):
+    return ask_mapper(bmc, member, "sias", root, str(depth),
+                      str(len(interfaces)), *interfaces)
 
 
 def test_the_mapper_computes_over_what_the_services_hold(bmc):
@@ -286,6 +291,22 @@ def test_the_mapper_computes_over_what_the_services_hold(bmc):
         {"/r/x": {"b.b": ["i.One"]}, "/r/x/y": {"a.a": ["i.One"]}}]
     assert json.loads(sub_tree(bmc, "/r", 2, "i.No").out)["data"] == [{}]
     assert "not found" in sub_tree(bmc, "/q", 0).err
+
+
+def test_the_mapper_knows_paths_that_lead_to_objects(bmc):
+    """As long as no interface is asked for; a subtree has them without
+    services only in the list of its paths."""
+    bmc.start(s.merge(s.mapper(), s.method(
+        "b.b", "/r/x/y", "i.One", "M", {"return": []})))
+    assert json.loads(sub_tree(bmc, "/r/", 0).out)["data"] == [
+        {"/r/x/y": {"b.b": ["i.One"]}}]
+    assert json.loads(sub_tree(
+        bmc, "/r", 0, member="GetSubTreePaths").out)["data"] == [
+            ["/r/x", "/r/x/y"]]
+    assert json.loads(ask_mapper(
+        bmc, "GetObject", "sas", "/r/x", "0").out)["data"] == [{}]
+    for words in (["/r/x", "1", "i.One"], ["/r/x/", "0"]):
+        assert "not found" in ask_mapper(bmc, "GetObject", "sas", *words).err
 
 
 def test_a_routing_table_is_encoded_from_its_endpoints(bmc):
@@ -336,3 +357,14 @@ def test_the_harness_reads_the_journal_of_a_run(bmc):
                    check=True)
     bmc.run("-p", "warning", "echo", "mine", program="systemd-cat")
     assert bmc.messages() == [(4, "mine")]
+
+
+def test_a_service_manager_is_told_when_all_names_are_owned(bmc, monkeypatch):
+    """So that what needs them can wait for that."""
+    notify = str(bmc.folder / "notify")
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.bind(notify)
+        manager.settimeout(TIMEOUT)
+        monkeypatch.setenv("NOTIFY_SOCKET", notify)
+        bmc.start(s.mapper())
+        assert manager.recv(64) == b"READY=1"
