@@ -11,7 +11,7 @@ static std::vector<Bytes> certificatesOf(const Bytes& chain)
     return splitCertificates(View(chain).subspan(4 + 48));
 }
 
-TEST(Digests, AreThoseOfTheChains)
+TEST(Digests, areThoseOfTheChains)
 {
     Peer peer(R"({"slots": [{"slot": 0}, {"slot": 3, "intermediates": 2}]})");
     peer.connect(0x12);
@@ -21,7 +21,7 @@ TEST(Digests, AreThoseOfTheChains)
     EXPECT_EQ(digests, expected);
 }
 
-TEST(Digests, NameKeysInAMultiKeyConnection)
+TEST(Digests, nameKeysInAMultiKeyConnection)
 {
     Peer peer(R"({"versions": ["1.3"],
         "capabilities": {"multiKey": "negotiable"},
@@ -36,7 +36,7 @@ TEST(Digests, NameKeysInAMultiKeyConnection)
               hex("0209 0201 0600 0102"));
 }
 
-TEST(Digests, NameNoKeysOtherwise)
+TEST(Digests, nameNoKeysOtherwise)
 {
     Peer peer(R"({"versions": ["1.3"],
                   "capabilities": {"multiKey": "negotiable"}})");
@@ -44,14 +44,14 @@ TEST(Digests, NameNoKeysOtherwise)
     EXPECT_EQ(peer.getDigests().size(), 4U + 48);
 }
 
-TEST(Digests, OfADeviceWithoutSlots)
+TEST(Digests, ofADeviceWithoutSlots)
 {
     Peer peer(R"({"slots": []})");
     peer.connect(0x12);
     EXPECT_EQ(peer.getDigests(), hex("12010000"));
 }
 
-TEST(Chain, HasLengthRootHashAndCertificates)
+TEST(Chain, hasLengthRootHashAndCertificates)
 {
     Peer peer("{}");
     peer.connect(0x12);
@@ -70,7 +70,7 @@ class IntermediatesTest : public testing::TestWithParam<unsigned>
 {
 };
 
-TEST_P(IntermediatesTest, ChainLeadsToTheRoot)
+TEST_P(IntermediatesTest, chainLeadsToTheRoot)
 {
     Peer peer(R"({"slots": [{"intermediates": )" + std::to_string(GetParam()) +
               "}]}");
@@ -85,7 +85,7 @@ TEST_P(IntermediatesTest, ChainLeadsToTheRoot)
 
 INSTANTIATE_TEST_SUITE_P(Count, IntermediatesTest, testing::Range(0U, 9U));
 
-TEST(Chain, OfP256)
+TEST(Chain, ofP256)
 {
     Peer peer(R"({"algorithms": {"asymmetric": ["ecdsa-p256"],
                                  "hash": ["sha-256"]}})");
@@ -110,7 +110,7 @@ class DefectTest : public testing::TestWithParam<Defect>
 {
 };
 
-TEST_P(DefectTest, Chain)
+TEST_P(DefectTest, chain)
 {
     Peer peer(R"({"slots": [{"defect": ")" + std::string(GetParam().name) +
               "\"}]}");
@@ -136,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Defect{"leaf-is-authority", true, true},
                     Defect{"no-signing-usage", true, true}));
 
-TEST(Defects, WrongRootHash)
+TEST(Defects, wrongRootHash)
 {
     Peer peer(R"({"slots": [{"defect": "wrong-root-hash"}]})");
     peer.connect(0x12);
@@ -145,7 +145,7 @@ TEST(Defects, WrongRootHash)
               hashOf("SHA384", certificatesOf(chain).front()));
 }
 
-TEST(Defects, ForeignRootIsTheForeignFoldersOne)
+TEST(Defects, foreignRootIsTheForeignFoldersOne)
 {
     Peer peer(R"({"slots": [{"defect": "foreign-root"}]})");
     peer.connect(0x12);
@@ -154,7 +154,7 @@ TEST(Defects, ForeignRootIsTheForeignFoldersOne)
         readFile(keyStore().foreignRoots() / "ecp384" / "ca.cert.der")));
 }
 
-TEST(Slots, ShareTheKeyTheyName)
+TEST(Slots, shareTheKeyTheyName)
 {
     Peer peer(R"({"slots": [{"slot": 0}, {"slot": 1},
                             {"slot": 2, "keyPairId": 2}]})");
@@ -185,7 +185,7 @@ class PortionTest : public testing::TestWithParam<Portion>
 };
 
 // A filler makes the chain so long that every portion asked for is there.
-TEST_P(PortionTest, Answer)
+TEST_P(PortionTest, answer)
 {
     Peer peer(R"({"versions": ["1.2", "1.3"], "dataTransferSize": 512,
                   "slots": [{"leafFiller": 4000}]})");
@@ -212,7 +212,7 @@ INSTANTIATE_TEST_SUITE_P(
                     // 1.3: size only.
                     Portion{0x13, "13820001 0500 1000", "13020000 0000"}));
 
-TEST(Portions, RemainderIsWhatFollows)
+TEST(Portions, remainderIsWhatFollows)
 {
     Peer peer("{}");
     peer.connect(0x12);
@@ -223,7 +223,7 @@ TEST(Portions, RemainderIsWhatFollows)
               whole - 100 - 10);
 }
 
-TEST(Portions, NameTheCertificateModelInAMultiKeyConnection)
+TEST(Portions, nameTheCertificateModelInAMultiKeyConnection)
 {
     Peer peer(R"({"versions": ["1.3"], "capabilities": {"multiKey": "only"},
                   "slots": [{"certInfo": 2}]})");
@@ -232,7 +232,7 @@ TEST(Portions, NameTheCertificateModelInAMultiKeyConnection)
     EXPECT_EQ(peer.ask(hex("13820000 0000 0100"))[3], 2);
 }
 
-TEST(KeyPairs, AreTold)
+TEST(KeyPairs, areTold)
 {
     Peer peer(R"({"versions": ["1.3"], "capabilities": {"multiKey": "only"},
                   "slots": [{"slot": 0, "keyUsage": 2},

@@ -14,7 +14,7 @@ class ChallengeTest : public testing::TestWithParam<uint8_t>
 {
 };
 
-TEST_P(ChallengeTest, SignsTheConversation)
+TEST_P(ChallengeTest, signsTheConversation)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -33,7 +33,7 @@ TEST_P(ChallengeTest, SignsTheConversation)
     EXPECT_TRUE(peer.challengeVerifies(2, answer));
 }
 
-TEST_P(ChallengeTest, NextOneCoversWhatCameSince)
+TEST_P(ChallengeTest, nextOneCoversWhatCameSince)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -45,7 +45,7 @@ TEST_P(ChallengeTest, NextOneCoversWhatCameSince)
     EXPECT_TRUE(peer.challengeVerifies(2, peer.challenge(2, 0xff)));
 }
 
-TEST_P(ChallengeTest, MeasurementsBeforeItDropTheCertificates)
+TEST_P(ChallengeTest, measurementsBeforeItDropTheCertificates)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -60,7 +60,7 @@ TEST_P(ChallengeTest, MeasurementsBeforeItDropTheCertificates)
     EXPECT_TRUE(peer.challengeVerifies(2, peer.challenge(2, 0)));
 }
 
-TEST_P(ChallengeTest, DigestsBeginTheCertificatesAnew)
+TEST_P(ChallengeTest, digestsBeginTheCertificatesAnew)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -73,7 +73,7 @@ TEST_P(ChallengeTest, DigestsBeginTheCertificatesAnew)
 INSTANTIATE_TEST_SUITE_P(Versions, ChallengeTest,
                          testing::Values(0x10, 0x11, 0x12, 0x13));
 
-TEST(Challenge, CoversTheRequestAsSent)
+TEST(Challenge, coversTheRequestAsSent)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -83,7 +83,7 @@ TEST(Challenge, CoversTheRequestAsSent)
     EXPECT_FALSE(peer.challengeVerifies(0, answer));
 }
 
-TEST(Challenge, NoncesDiffer)
+TEST(Challenge, noncesDiffer)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -99,7 +99,7 @@ static Bytes summaryOf(const Bytes& answer)
     return {answer.begin() + 84, answer.begin() + 132};
 }
 
-TEST(Summary, OfAllBlocksAndOfTheTrustedBase)
+TEST(Summary, ofAllBlocksAndOfTheTrustedBase)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -109,14 +109,14 @@ TEST(Summary, OfAllBlocksAndOfTheTrustedBase)
     EXPECT_EQ(summaryOf(peer.challenge(0, 0x01)), hashOf("SHA384", firmware));
 }
 
-TEST(Summary, WithoutATrustedBaseIsZero)
+TEST(Summary, withoutATrustedBaseIsZero)
 {
     Peer peer(R"({"measurements": [{"index": 1, "trustedBase": false}]})");
     peer.connect(0x12);
     EXPECT_EQ(summaryOf(peer.challenge(0, 0x01)), Bytes(48));
 }
 
-TEST(Summary, NeedsMeasurements)
+TEST(Summary, needsMeasurements)
 {
     Peer peer(R"({"capabilities": {"measurements": "none"}})");
     peer.connect(0x12);
@@ -124,7 +124,7 @@ TEST(Summary, NeedsMeasurements)
     EXPECT_EQ(peer.challenge(0, 0x00)[1], 0x03);
 }
 
-TEST(Opaque, DataIsSentAndSigned)
+TEST(Opaque, dataIsSentAndSigned)
 {
     Peer peer(R"({"challengeOpaque": "0100000000000400aabbccdd"})");
     peer.connect(0x12);
@@ -135,7 +135,7 @@ TEST(Opaque, DataIsSentAndSigned)
     EXPECT_TRUE(peer.challengeVerifies(0, answer));
 }
 
-TEST(Opaque, DataNeedsAnAgreedFormat)
+TEST(Opaque, dataNeedsAnAgreedFormat)
 {
     Peer peer(R"({"challengeOpaque": "0100000000000400aabbccdd"})");
     peer.otherParams = 0;
@@ -144,7 +144,7 @@ TEST(Opaque, DataNeedsAnAgreedFormat)
     EXPECT_EQ(answer.size(), 4U + 48 + 32 + 2 + 96);
 }
 
-TEST(Challenge, Refusals)
+TEST(Challenge, refusals)
 {
     Peer peer(device);
     peer.connect(0x13);
@@ -157,7 +157,7 @@ TEST(Challenge, Refusals)
     EXPECT_EQ(peer.ask(join({peer.header(0x83), Bytes(31)})), hex("127f0100"));
 }
 
-TEST(Challenge, NeedsAKeyForIt)
+TEST(Challenge, needsAKeyForIt)
 {
     Peer peer(R"({"versions": ["1.3"], "capabilities": {"multiKey": "only"},
                   "slots": [{"slot": 0, "keyUsage": 4},

@@ -21,7 +21,7 @@ class MeasurementTest : public testing::TestWithParam<uint8_t>
     }
 };
 
-TEST_P(MeasurementTest, Count)
+TEST_P(MeasurementTest, count)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -31,7 +31,7 @@ TEST_P(MeasurementTest, Count)
     EXPECT_EQ(answer, join({peer.header(0x60, 3), hex("00 000000")}));
 }
 
-TEST_P(MeasurementTest, OneBlock)
+TEST_P(MeasurementTest, oneBlock)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -43,7 +43,7 @@ TEST_P(MeasurementTest, OneBlock)
     EXPECT_EQ(answer, expected);
 }
 
-TEST_P(MeasurementTest, AllBlocks)
+TEST_P(MeasurementTest, allBlocks)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -57,7 +57,7 @@ TEST_P(MeasurementTest, AllBlocks)
     EXPECT_EQ(answer, expected);
 }
 
-TEST_P(MeasurementTest, SignatureCoversTheRunSinceTheLast)
+TEST_P(MeasurementTest, signatureCoversTheRunSinceTheLast)
 {
     uint8_t slot = GetParam() >= 0x11 ? 1 : 0;
     Peer peer(device);
@@ -72,7 +72,7 @@ TEST_P(MeasurementTest, SignatureCoversTheRunSinceTheLast)
     EXPECT_TRUE(peer.measurementVerifies(slot, peer.measure(0xff, true, slot)));
 }
 
-TEST_P(MeasurementTest, AnyOtherRequestEndsTheRun)
+TEST_P(MeasurementTest, anyOtherRequestEndsTheRun)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -85,7 +85,7 @@ TEST_P(MeasurementTest, AnyOtherRequestEndsTheRun)
     EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
 }
 
-TEST_P(MeasurementTest, AnErrorEndsTheRun)
+TEST_P(MeasurementTest, anErrorEndsTheRun)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -97,7 +97,7 @@ TEST_P(MeasurementTest, AnErrorEndsTheRun)
     EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
 }
 
-TEST_P(MeasurementTest, BytesAfterTheRequestAreNotSigned)
+TEST_P(MeasurementTest, bytesAfterTheRequestAreNotSigned)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -111,7 +111,7 @@ TEST_P(MeasurementTest, BytesAfterTheRequestAreNotSigned)
 INSTANTIATE_TEST_SUITE_P(Versions, MeasurementTest,
                          testing::Values(0x10, 0x11, 0x12, 0x13));
 
-TEST(Measurement, Refusals)
+TEST(Measurement, refusals)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -123,7 +123,7 @@ TEST(Measurement, Refusals)
     EXPECT_EQ(peer.ask(hex("13e00000")), hex("137f0100"));
 }
 
-TEST(Measurement, UnsignedDeviceSignsNothing)
+TEST(Measurement, unsignedDeviceSignsNothing)
 {
     Peer peer(R"({"capabilities": {"measurements": "unsigned"},
                   "measurements": [{"index": 1, "value": "aa"}]})");
@@ -132,7 +132,7 @@ TEST(Measurement, UnsignedDeviceSignsNothing)
     EXPECT_EQ(peer.ask(join({hex("12e00101"), Bytes(33)})), hex("127f0100"));
 }
 
-TEST(Measurement, NeedsAKeyForIt)
+TEST(Measurement, needsAKeyForIt)
 {
     Peer peer(R"({"versions": ["1.3"], "capabilities": {"multiKey": "only"},
                   "measurements": [{"index": 1, "value": "aa"}],
@@ -146,7 +146,7 @@ TEST(Measurement, NeedsAKeyForIt)
     EXPECT_TRUE(peer.measurementVerifies(1, peer.measure(1, true, 1)));
 }
 
-TEST(Measurement, ClaimsAsConfigured)
+TEST(Measurement, claimsAsConfigured)
 {
     Peer peer(R"({"claimedBlocks": 7, "measurements":
                   [{"index": 1, "value": "aa", "claimedSize": 4090}]})");
@@ -157,7 +157,7 @@ TEST(Measurement, ClaimsAsConfigured)
     EXPECT_EQ(answer, hex("12600000 01 080000 01 01 0400 00 fa0f aa"));
 }
 
-TEST(Measurement, WithoutASpecificationAgreed)
+TEST(Measurement, withoutASpecificationAgreed)
 {
     Peer peer("{}");
     peer.ask(hex("10840000"));
@@ -167,7 +167,7 @@ TEST(Measurement, WithoutASpecificationAgreed)
     EXPECT_EQ(peer.ask(hex("12e00000")), hex("127f0400"));
 }
 
-TEST(Measurement, OpaqueDataIsSigned)
+TEST(Measurement, opaqueDataIsSigned)
 {
     Peer peer(R"({"measurementOpaque": "0100000000000400aabbccdd",
                   "measurements": [{"index": 1, "value": "aa"}]})");
