@@ -116,7 +116,6 @@ def power(text):
     return fine(whole(power=text), "it is printed as it is")
 
 
-MAPPED = "getServicesWithInterface"
 LIST = Operation(
     "list", ["-o", "list"],
     s.server(s.pcie("rsa", RAID),
@@ -125,8 +124,9 @@ LIST = Operation(
     whole(),
     (
         Step(s.MAPPER, "GetSubTree", "list",
-             said(f"{MAPPED}({s.PCIE}) failed\n"),
-             lambda why: said(f"{MAPPED} exception: {why}\n")),
+             said(f"getServicesWithInterface({s.PCIE}) failed\n"),
+             lambda why: said(
+                 f"getServicesWithInterface exception: {why}\n")),
         property_step(
             s.LOGMEM, "UefiProgressCode", {"progress": "Unknown"}, "progress",
             **{fault: unknown(progress="Unknown(0x00)")
