@@ -2,6 +2,7 @@
 #include "sim/scenario/scenario.hpp"
 
 #include <getopt.h>
+#include <systemd/sd-daemon.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -50,6 +51,7 @@ void simulate(const Arguments& arguments)
     world.build(sim::Node(scenario, ""));
     std::puts("ready");
     std::fflush(stdout);
+    sd_notify(0, "READY=1");
     world.run();
 }
 

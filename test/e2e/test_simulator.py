@@ -2,12 +2,13 @@
 
 import json
 import signal
+import socket
 import subprocess
 
 import pytest
 
 import scenarios as s
-from harness import Call, sim_env
+from harness import TIMEOUT, Call, sim_env
 
 PATH = "/com/mervax/rsa"
 NAME = "com.mervax.rsa"
@@ -328,3 +329,14 @@ def test_the_harness_reads_the_journal_of_a_run(bmc):
                    check=True)
     bmc.run("-p", "warning", "echo", "mine", program="systemd-cat")
     assert bmc.messages() == [(4, "mine")]
+
+
+def test_a_service_manager_is_told_when_all_names_are_owned(bmc, monkeypatch):
+    """So that what needs them can wait for that."""
+    notify = str(bmc.folder / "notify")
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+        manager.bind(notify)
+        manager.settimeout(TIMEOUT)
+        monkeypatch.setenv("NOTIFY_SOCKET", notify)
+        bmc.start(s.mapper())
+        assert manager.recv(64) == b"READY=1"
