@@ -16,6 +16,8 @@ packages=(
     libgtest-dev
     libssl-dev
     libsystemd-dev
+    man-db
+    mandoc
     meson
     ninja-build
     nlohmann-json3-dev

@@ -1,5 +1,6 @@
 """Runs a command, or a shell, beside the simulated BMC; see scripts/sim."""
 
+import argparse
 import ctypes
 import os
 import pathlib
@@ -7,8 +8,9 @@ import signal
 import subprocess
 import sys
 
-from sim.launch.env import (END_SECONDS, ROOT, Failure, enter, runnable,
-                            start_bmc, start_bus, start_journal)
+from . import places, shell
+from .env import (END_SECONDS, Failure, enter, runnable, start_bmc, start_bus,
+                  start_journal)
 
 _LIBC = ctypes.CDLL(None, use_errno=True)
 _PR_SET_CHILD_SUBREAPER = 36  # linux/prctl.h
@@ -56,6 +58,9 @@ def _run(command):
     """Runs the command in the foreground; its status as a shell shows it."""
     try:
         process = subprocess.Popen(command, close_fds=False)
+    except FileNotFoundError as error:
+        raise Failure(f"There is no command {command[0]}; --help tells how "
+                      "to name one.") from error
     except OSError as error:
         raise Failure(f"{command[0]}: {error.strerror}.") from error
     try:
@@ -77,39 +82,60 @@ def _end_command(process, number):
     return -number
 
 
-def _command(words, build):
+class _Parser(argparse.ArgumentParser):
+    """One whose complaint is one sentence."""
+
+    def error(self, message):
+        raise Failure(f"{message}; --help tells what there is.")
+
+
+def _parse(name, words):
+    parser = _Parser(prog=name, allow_abbrev=False, description=(
+        "Runs a command, or a shell, on a simulated BMC. It needs no root; "
+        "what it leaves in /run, /tmp and /pstorage ends with it."))
+    parser.add_argument("-s", "--scenario", metavar="SCENARIO",
+                        default=os.environ.get("SIM_SCENARIO") or "default",
+                        help="what is simulated: a name of --list or a file "
+                             "(default: $SIM_SCENARIO, else default)")
+    parser.add_argument("--list", action="store_true",
+                        help="tell the scenarios that come along")
+    parser.add_argument("--demo", action="store_true",
+                        help="show every operation of the tool")
+    parser.add_argument("command", nargs=argparse.REMAINDER, metavar="COMMAND",
+                        help="a command and its arguments (default: a shell)")
+    return parser.parse_args(words)
+
+
+def _command(words, name):
     """The command, or an interactive shell that says where it is."""
-    if words:
-        built = pathlib.Path(words[0]).resolve().is_relative_to(build)
-        return [*runnable(words[0]), *words[1:]] if built else words
-    os.environ["PS1"] = "(simulator) \\w # "
-    return ["bash", "--norc", "-i"]
+    if not words:
+        return shell.command(name)
+    built = pathlib.Path(words[0]).resolve().is_relative_to(places.BUILD)
+    return [*runnable(words[0]), *words[1:]] if built else words
 
 
-def main(folder, words):
-    """Runs the words as a command in the simulator, from the folder; the exit
-    status."""
-    os.chdir(folder)
-    build = pathlib.Path(os.environ.get("BUILD") or ROOT / "build").resolve()
-    scenario = pathlib.Path(os.environ.get("SIM_SCENARIO") or
-                            ROOT / "sim/scenarios/default.json").resolve()
-    program = build / "sim/bmcsim"
-    if not os.access(program, os.X_OK):
-        raise Failure(f"There is no {program}: build first, or say where the "
-                      "build is with BUILD.")
+def _check(scenario):
+    if not os.access(places.PROGRAM, os.X_OK):
+        raise Failure(f"There is no {places.PROGRAM}: {places.MISSING}.")
     if not scenario.is_file():
-        raise Failure(f"There is no scenario {scenario}.")
+        raise Failure(f"There is no scenario {scenario}; --list tells the "
+                      "names of those that come along.")
+
+
+def _play(scenario, words):
+    """Runs the words beside the simulated BMC; the exit status."""
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, _interrupt)
     _LIBC.prctl(_PR_SET_CHILD_SUBREAPER, 1)
     try:
-        enter([ROOT, build, scenario.parent])
+        enter([places.ROOT, places.BUILD, scenario.parent])
         start_bus()
         start_journal()
-        start_bmc(str(program), [str(scenario)], "/run/bmcsim.log")
-        os.environ["PATH"] = f"{build}/tool:{os.environ['PATH']}"
+        start_bmc(str(places.PROGRAM), [str(scenario)], "/run/bmcsim.log")
+        os.environ["PATH"] = ":".join(
+            [*map(str, places.TOOLS), os.environ["PATH"]])
         os.environ["SIM_LOG"] = "/run/bmcsim.log"
-        return _run(_command(words, build))
+        return _run(_command(words, scenario.stem))
     except Interrupted as interrupted:
         return 128 + interrupted.number
     finally:
@@ -117,9 +143,23 @@ def main(folder, words):
         _end_descendants()
 
 
+def main(name, folder, words):
+    """Does what the words of the command line say, in the folder; the exit
+    status."""
+    os.chdir(folder)
+    options = _parse(name, words)
+    if options.list:
+        print(*places.scenarios(), sep="\n")
+        return 0
+    scenario = places.scenario(options.scenario)
+    _check(scenario)
+    return _play(scenario,
+                 [str(places.DEMO)] if options.demo else options.command)
+
+
 if __name__ == "__main__":
     try:
-        sys.exit(main(sys.argv[1], sys.argv[2:]))
+        sys.exit(main(sys.argv[1], sys.argv[2], sys.argv[3:]))
     except Failure as failure:
-        print(f"sim: {failure}", file=sys.stderr)
+        print(f"{sys.argv[1]}: {failure}", file=sys.stderr)
         sys.exit(1)

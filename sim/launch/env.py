@@ -1,8 +1,7 @@
 """The private world of the simulator: mounts, a message bus, a journal.
 
 scripts/sim runs a command in it; the end-to-end tests and the benchmark import
-it. Everything it makes lives in a mount namespace of the calling process and on
-memory file systems in it, so that nothing of it can be left behind.
+it.
 """
 
 import ctypes
@@ -14,22 +13,21 @@ import signal
 import socket
 import subprocess
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-PRIVATE = ("/run", "/tmp", "/pstorage", "/sys/bus")
+from . import mounts
+from .failure import Failure
+from .mounts import PRIVATE
+from .places import POLICY, ROOT
+
+__all__ = ["Failure", "PRIVATE", "ROOT"]
+
 JOURNALD = "/lib/systemd/systemd-journald"
-POLICY = ROOT / "packaging/dbus/zantric.conf"
 BUS_SOCKET = "/run/dbus/system_bus_socket"
 BUS_ADDRESS = "unix:path=" + BUS_SOCKET
 START_SECONDS = 20
 END_SECONDS = 5
 
 _LIBC = ctypes.CDLL(None, use_errno=True)
-# linux/sched.h, sys/mount.h, linux/prctl.h
-_CLONE_NEWNS = 0x00020000
-_MS_BIND = 0x1000
-_MS_REC = 0x4000
-_MS_PRIVATE = 1 << 18
-_PR_SET_PDEATHSIG = 1
+_PR_SET_PDEATHSIG = 1  # linux/prctl.h
 
 # As strict as a distribution's system bus: nobody may call anything but what
 # a policy file allows. The tool's own policy is loaded as it is shipped;
@@ -79,32 +77,8 @@ ForwardToWall=no
 """
 
 
-class Failure(Exception):
-    """A reason to give up, in one sentence for the user."""
-
-
-def _call(function, *arguments):
-    if function(*arguments) != 0:
-        code = ctypes.get_errno()
-        raise Failure(f"{function.__name__}{arguments}: {os.strerror(code)}.")
-
-
-def _mount(source, target, kind, flags=0, data=None):
-    _call(_LIBC.mount, source.encode(), str(target).encode(),
-          kind.encode() if kind else None, flags,
-          data.encode() if data else None)
-
-
-def _hidden(path):
-    """Whether one of the private mounts will hide the path."""
-    return any(path.is_relative_to(mount) and str(path) != mount
-               for mount in PRIVATE)
-
-
 def check_tools():
     """Raises Failure with what is missing to build the world."""
-    if os.geteuid() != 0:
-        raise Failure("The simulator needs root for its mount namespace.")
     for tool in ("dbus-daemon", "busctl", "journalctl"):
         if not any(os.access(os.path.join(folder, tool), os.X_OK)
                    for folder in os.environ.get("PATH", "").split(":")):
@@ -114,33 +88,9 @@ def check_tools():
 
 
 def enter(keep=()):
-    """Moves this process into a mount namespace with the private mounts.
-
-    keep: folders that must stay visible although a mount would hide them,
-    such as a source tree below /tmp. The working folder stays as well.
-    """
+    """Moves this process into the private folders; see mounts.enter."""
     check_tools()
-    try:
-        os.makedirs("/pstorage", exist_ok=True)
-        _call(_LIBC.unshare, _CLONE_NEWNS)
-        _mount("none", "/", None, _MS_REC | _MS_PRIVATE)
-    except (OSError, Failure) as error:
-        raise Failure(f"No private mount namespace here: {error}") from error
-    here = pathlib.Path.cwd()
-    kept = {path: os.open(path, os.O_PATH | os.O_DIRECTORY)
-            for path in {here, *(pathlib.Path(item).resolve()
-                                 for item in keep)} if _hidden(path)}
-    for target in PRIVATE:
-        _mount("tmpfs", target, "tmpfs", 0,
-               "mode=1777" if target == "/tmp" else "mode=755")
-    # The BMC's image brings this one along.
-    os.makedirs("/pstorage/persist/hdr")
-    # Outer folders first, or an inner one would be covered again.
-    for path in sorted(kept, key=lambda path: len(path.parts)):
-        path.mkdir(parents=True, exist_ok=True)
-        _mount(f"/proc/self/fd/{kept[path]}", path, None, _MS_BIND | _MS_REC)
-        os.close(kept[path])
-    os.chdir(here)
+    mounts.enter(keep)
 
 
 def _die_with_parent():

@@ -125,9 +125,12 @@ def test_each_message_of_the_program_is_documented():
     assert missing == []
 
 
-def test_the_page_has_no_mistakes_in_its_markup():
-    """Each warning of the formatter is a line of text."""
+@pytest.mark.parametrize("page", ["zantric.8", "zantric-sim.1"])
+@pytest.mark.parametrize("words", [
+    ["groff", "-man", "-Tutf8", "-ww", "-z"], ["mandoc", "-T", "lint"]])
+def test_a_page_has_no_mistakes_in_its_markup(words, page):
+    """Each warning of a formatter is a line of text."""
     result = subprocess.run(
-        ["groff", "-man", "-Tutf8", "-ww", "-z", str(PAGE)],
+        [*words, str(PAGE.with_name(page))],
         capture_output=True, text=True, env=environment(), check=False)
     assert (result.returncode, result.stdout, result.stderr) == (0, "", "")

@@ -101,16 +101,40 @@ def test_a_killed_script_takes_its_daemons_along():
 @pytest.mark.parametrize("more, complaint", [
     ({"BUILD": "/none"}, "There is no /none/sim/bmcsim: build first, or say "
      "where the build is with BUILD."),
-    ({"SIM_SCENARIO": "/none.json"}, "There is no scenario /none.json."),
+    ({"SIM_SCENARIO": "/none.json"}, "There is no scenario /none.json; --list "
+     "tells the names of those that come along."),
 ])
 def test_what_is_missing_is_told_in_one_sentence(more, complaint):
     """And nothing is started."""
     assert run("true", **more) == ("", f"sim: {complaint}\n", 1)
 
 
-def test_a_command_that_does_not_exist():
-    """As the system words it."""
-    assert run("/none") == ("", "sim: /none: No such file or directory.\n", 1)
+@pytest.mark.parametrize("words, complaint", [
+    (["none"], "There is no command none; --help tells how to name one."),
+    (["/"], "/: Permission denied."),
+    (["-o", "list"], "unrecognized arguments: -o; --help tells what there "
+     "is."),
+    (["--scenario"], "argument -s/--scenario: expected one argument; --help "
+     "tells what there is."),
+    (["-s", "none", "true"], "There is no scenario /none; --list tells the "
+     "names of those that come along."),
+])
+def test_a_wrong_word_gets_one_sentence(words, complaint):
+    """With what to do about it."""
+    assert run(*words) == ("", f"sim: {complaint}\n", 1)
+
+
+def test_the_help():
+    """It names each option; nothing is started for it."""
+    result = run("--help", BUILD="/none")
+    assert (result.err, result.status) == ("", 0)
+    for option in ("--scenario", "--list", "--demo", "COMMAND"):
+        assert option in result.out
+
+
+def test_the_words_of_the_command_are_its_own():
+    """Also those that the script knows."""
+    assert run("echo", "--help", "-s", "x") == ("--help -s x\n", "", 0)
 
 
 def test_a_bad_scenario_is_told(tmp_path):

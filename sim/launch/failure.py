@@ -1,0 +1,5 @@
+"""What ends the simulator, told to its user."""
+
+
+class Failure(Exception):
+    """A reason to give up, in one sentence for the user."""
