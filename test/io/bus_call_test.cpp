@@ -1,5 +1,4 @@
 #include "io/common/src/Bus.hpp"
-#include "io/common/src/ServiceUtility.hpp"
 #include "test/io/private_bus.hpp"
 
 #include <gtest/gtest.h>
@@ -293,19 +292,6 @@ TEST(BusCall, namesThatAreNoneEndTheCallBeforeItIsSent)
     EXPECT_EQ(failure("com.mervax.\xff", path, "Do"), invalid);
     EXPECT_EQ(failure(nobody, "/com/mervax/\xff", "Do"), invalid);
     EXPECT_EQ(failure(nobody, path, "Do\xff"), invalid);
-}
-
-TEST(ServiceUtility, readsAPropertyByTheFullSignature)
-{
-    const Service service(sharedBus(),
-                          [](sd_bus_message* call) {
-                              sd_bus_reply_method_return(call, "v", "s", "On");
-                          });
-    std::string value;
-    EXPECT_TRUE(io::ServiceUtility::getProperty(sharedBus().connect(),
-                                                service.name().c_str(), path,
-                                                interface, "State", value, 0));
-    EXPECT_EQ(value, "On");
 }
 
 } // namespace

@@ -125,11 +125,16 @@ DbusConnPtr PrivateBus::connect(uint64_t timeoutUs) const
     return connection;
 }
 
-Service::Service(const PrivateBus& bus, const Handler& handler) :
+Service::Service(const PrivateBus& bus, const Handler& handler,
+                 const char* knownAs) :
     pid(startChild(
-        [&bus, &handler](int pipe)
+        [&](int pipe)
         {
             sd_bus* own = bus.open();
+            if (knownAs != nullptr)
+            {
+                mustWork(sd_bus_request_name(own, knownAs, 0), knownAs);
+            }
             const char* name = nullptr;
             sd_bus_get_unique_name(own, &name);
             dprintf(pipe, "%s\n", name);

@@ -37,7 +37,9 @@ class Service
     /** Gets every method call and replies, or does not. */
     using Handler = std::function<void(sd_bus_message* call)>;
 
-    Service(const PrivateBus& bus, const Handler& handler);
+    /** @param knownAs a name that it also has, if any */
+    Service(const PrivateBus& bus, const Handler& handler,
+            const char* knownAs = nullptr);
     ~Service();
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
