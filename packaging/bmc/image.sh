@@ -85,6 +85,8 @@ board_root() {
     rm -rf "$cache/kernel"
     mkdir "$cache/kernel"
     export root
+    # The inner shell is the one that expands these.
+    # shellcheck disable=SC2016
     debian_root "$cache/board" --arch=armhf --variant=essential \
         --include="$(IFS=, && echo "${board_packages[*]}")" \
         --customize-hook='bash -euc ". \"\$root/packaging/bmc/image.sh\"
@@ -110,6 +112,8 @@ in_cross() {
     local folder=$1
     shift
     # Mounts end with the namespace.
+    # The inner shell is the one that expands these.
+    # shellcheck disable=SC2016
     unshare -m sh -ec 'mount -t proc proc "$0/proc"
         mount --rbind /dev "$0/dev"
         exec chroot "$0" /bin/sh -ec "cd $1; shift; exec \"\$@\"" sh "$@"' \
@@ -198,6 +202,8 @@ make_image() {
 
 # Build in a folder of the sources. $1: its name; then options of Meson.
 build_for_arm() {
+    # The inner shell is the one that expands these.
+    # shellcheck disable=SC2016
     in_cross /src sh -ec '[ -f "$0/build.ninja" ] || meson setup "$0" \
             --cross-file packaging/cross/arm-linux-gnueabihf.ini "$@"
         ninja -C "$0" --quiet' "$@" >"$cache/$1.log" 2>&1 ||

@@ -8,8 +8,9 @@ from .places import COMPLETION, PAGES
 
 _FOLDER = pathlib.Path("/run/bmcsim-shell")
 _GREETING = """\
-This is the simulated BMC "{name}". Its tool is zantric: TAB completes its words,
-"man zantric" is its manual, and the file $SIM_LOG has each call that a service got.
+This is the simulated BMC "{name}". Its tool is zantric: TAB completes its
+words, "man zantric" is its manual, and the file $SIM_LOG has each call that a
+service got.
 {private} are the simulator's own and end with it; all other
 folders are the machine's. "exit" ends it."""
 

@@ -67,7 +67,8 @@ def test_every_scenario_has_an_example():
 
 
 @pytest.mark.parametrize("expected, printed, same", [
-    ("a\n", "a\n", True), ("a\n", "a\nb\n", False), ("a\n...\n", "a\nb\n", True),
+    ("a\n", "a\n", True), ("a\n", "a\nb\n", False),
+    ("a\n...\n", "a\nb\n", True),
     ("...\nb\n", "b\n", True), ("a …\n", "a b c\n", True), ("", "a\n", False),
     ("at Sat Nov 21 12:00:00 2026\n", "at Mon Jan  5 01:02:03 2027\n", True),
     ("takes 1ms\n", "takes 20ms\n", True), ("a.c\n", "abc\n", False)])

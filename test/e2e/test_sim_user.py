@@ -8,7 +8,7 @@ import time
 
 import pytest
 
-from harness import TIMEOUT, environment, sim_env
+from harness import TIMEOUT, environment
 from test_sim_script import BUILD, SCRIPT
 
 # Nobody, or root without its powers where only root may read the tree.

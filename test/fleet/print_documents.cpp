@@ -1,6 +1,6 @@
-#include "io/common/src/Output.hpp"
-#include "tool/json/document.hpp"
+#include "io/common/src/JsonText.hpp"
 #include "tool/json/print.hpp"
+#include "tool/output.hpp"
 
 #include <exception>
 #include <iostream>
@@ -18,13 +18,13 @@ int main(int count, char** words)
         std::string tail;
         try
         {
-            printJson(parseDocument(text), 0);
+            tool::printJson(io::parseJson(text), 0);
         }
         catch (const std::exception&)
         {
             tail = " refused";
         }
-        io::out::line({mark, tail});
+        tool::out::line({mark, tail});
     }
-    return io::out::finish(0);
+    return tool::out::finish(0);
 }

@@ -29,7 +29,8 @@ def fixture_tool(tmp_path):
 
 def send(session, script, data=b""):
     done = subprocess.run([SHELL, "-c", script], input=data, check=False,
-                          timeout=60, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                          timeout=60, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE)
     assert done.returncode == 0
     return (remote.frames(session.token, done.stdout.decode()),
             remote.frames(session.token, done.stderr.decode()))
