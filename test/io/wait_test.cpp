@@ -176,6 +176,7 @@ TEST(Wait, handsOnWhatIsPrintedFirst)
 {
     void (*const before)() = io::bus::beforeWaiting;
     io::bus::beforeWaiting = [] { ++handedOn; };
+    handedOn = 0;
     isPending = false;
     io::bus::runWhile([] { return isPending; });
     io::bus::beforeWaiting = before;

@@ -2,23 +2,23 @@
 changes that its outcome depends on."""
 
 import json
-import sys
 
 import pytest
 
 from conftest import load
 
 # Has a finding in every source that says so.
-CHECKER = f"""#!{sys.executable}
-import pathlib, sys
-if sys.argv[1] == "--version":
-    print("version 1")
-    sys.exit()
-with open("@", "a") as looked:
-    print(sys.argv[-1], file=looked)
-bad = "bad" in pathlib.Path(sys.argv[-1]).read_text()
-print("a finding" if bad else "")
-sys.exit(bad)
+CHECKER = """#!/bin/sh
+if [ "$1" = --version ]; then
+    echo version 1
+    exit
+fi
+for source; do :; done
+echo "$source" >>@
+if grep -q bad "$source"; then
+    echo a finding
+    exit 1
+fi
 """
 
 
