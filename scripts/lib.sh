@@ -54,14 +54,19 @@ install_packages() {
         fail "apt-get could not install: ${missing[*]}"
 }
 
-# Configure a build folder once and bring it up to date. $1: folder;
-# further words: options of `meson setup`.
-build_in() {
+# Configure a build folder once. $1: folder; further words: options of
+# `meson setup`.
+configure_in() {
     local folder=$1
     shift
     [ -f "$folder/build.ninja" ] ||
         (cd "$root" && meson setup "$folder" "$@" >"$folder.log" 2>&1) ||
         fail "the build could not be configured; see $folder.log"
     rm -f "$folder.log"
-    ninja -C "$folder" --quiet || fail "the build in $folder failed"
+}
+
+# The same, and bring it up to date.
+build_in() {
+    configure_in "$@"
+    ninja -C "$1" --quiet || fail "the build in $1 failed"
 }

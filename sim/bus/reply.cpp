@@ -152,11 +152,16 @@ Reply Reply::of(std::string signature, Json values)
     return reply;
 }
 
-Reply Reply::text(std::string text)
+Reply Reply::one(std::string signature, Json value)
 {
     Json values = Json::array();
-    values.push_back(std::move(text));
-    return of("s", std::move(values));
+    values.push_back(std::move(value));
+    return of(std::move(signature), std::move(values));
+}
+
+Reply Reply::text(std::string text)
+{
+    return one("s", std::move(text));
 }
 
 Reply Reply::json(const Json& document)

@@ -55,6 +55,7 @@ struct Reply
     std::optional<std::chrono::milliseconds> dieAfter;
 
     static Reply of(std::string signature, Json values);
+    static Reply one(std::string signature, Json value);
     static Reply text(std::string text);
     /** The document in one string. */
     static Reply json(const Json& document);

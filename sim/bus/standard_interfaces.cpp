@@ -32,9 +32,7 @@ Reply getAll(const Interface& interface)
             values[name] = variantOf(property);
         }
     }
-    Json reply = Json::array();
-    reply.push_back(std::move(values));
-    return Reply::of("a{sv}", std::move(reply));
+    return Reply::one("a{sv}", std::move(values));
 }
 
 Reply get(const Interface& interface, const std::string& name)
@@ -49,9 +47,7 @@ Reply get(const Interface& interface, const std::string& name)
     {
         return ReplyScript(*property.script).next();
     }
-    Json reply = Json::array();
-    reply.push_back(variantOf(property));
-    return Reply::of("v", std::move(reply));
+    return Reply::one("v", variantOf(property));
 }
 
 std::string argumentXml(std::string_view signature)

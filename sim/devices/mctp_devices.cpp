@@ -123,9 +123,7 @@ Reply MctpDevices::exchange(const Call& call)
     Reply reply = noResponse();
     if (answer.message)
     {
-        Json values = Json::array();
-        values.push_back(std::move(*answer.message));
-        reply = Reply::of("ay", std::move(values));
+        reply = Reply::one("ay", std::move(*answer.message));
     }
     reply.delay = answer.delay;
     return reply;

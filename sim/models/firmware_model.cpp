@@ -48,13 +48,6 @@ std::string versionOf(const std::string& file)
     return file.substr(from + 1, extension ? to - from - 1 : to);
 }
 
-Reply boolean(bool value)
-{
-    Json values = Json::array();
-    values.push_back(value);
-    return Reply::of("b", std::move(values));
-}
-
 } // namespace
 
 FirmwareModel::FirmwareModel(Bus& busIn, Service& serviceIn,
@@ -153,9 +146,9 @@ Reply FirmwareModel::update(const std::string& file, const std::string& part)
     size_t total = countDevices(part);
     if (total == 0 || access(file.c_str(), R_OK) != 0)
     {
-        return boolean(false);
+        return Reply::one("b", false);
     }
-    Reply reply = boolean(true);
+    Reply reply = Reply::one("b", true);
     for (const Step& step : steps())
     {
         milliseconds delay = duration * static_cast<int>(step.percent) / 100;

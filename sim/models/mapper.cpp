@@ -24,16 +24,25 @@ bool wanted(const std::vector<std::string>& held,
                               interfaces.end()) != held.end();
 }
 
-/** Path words of a path below a root; 0 when it is not below. */
+std::string withoutLastSlash(std::string path)
+{
+    if (path.ends_with('/'))
+    {
+        path.pop_back();
+    }
+    return path;
+}
+
+/** Path words of a path below a root without its last slash, below which "/"
+ *  is one as well; 0 when it is not below. */
 int depthBelow(const std::string& path, const std::string& root)
 {
-    std::string above = root == "/" ? root : root + "/";
-    if (path.size() <= above.size() || !path.starts_with(above))
+    if (!path.starts_with(root + "/"))
     {
         return 0;
     }
-    auto start = path.begin() + static_cast<std::ptrdiff_t>(above.size());
-    return static_cast<int>(std::count(start, path.end(), '/')) + 1;
+    auto start = path.begin() + static_cast<std::ptrdiff_t>(root.size());
+    return static_cast<int>(std::count(start, path.end(), '/'));
 }
 
 } // namespace
@@ -56,9 +65,10 @@ void addParents(Holdings& holdings)
     }
 }
 
-bool knows(const Holdings& holdings, const std::string& path)
+bool knows(const Holdings& holdings, const std::string& root)
 {
-    return holdings.contains(path);
+    std::string path = withoutLastSlash(root);
+    return path.empty() || holdings.contains(path);
 }
 
 Holdings::mapped_type servicesAt(const Holdings& holdings,
@@ -85,15 +95,16 @@ Holdings subTree(const Holdings& holdings, const std::string& root, int depth,
                  const std::vector<std::string>& interfaces)
 {
     Holdings result;
+    std::string above = withoutLastSlash(root);
     for (const auto& [path, services] : holdings)
     {
-        int level = depthBelow(path, root);
+        int level = depthBelow(path, above);
         if (level == 0 || (depth > 0 && level > depth))
         {
             continue;
         }
         auto found = servicesAt(holdings, path, interfaces);
-        if (!found.empty())
+        if (interfaces.empty() || !found.empty())
         {
             result.emplace(path, std::move(found));
         }

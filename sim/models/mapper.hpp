@@ -15,7 +15,8 @@ using Holdings =
  *  through them, so a mapper knows them too. */
 void addParents(Holdings& holdings);
 
-bool knows(const Holdings& holdings, const std::string& path);
+/** Whether a subtree can be asked for; its root may end with a slash. */
+bool knows(const Holdings& holdings, const std::string& root);
 
 /** The services at a path that have any of the interfaces, with all their
  *  interfaces there; an empty list asks for none in particular. */
@@ -24,8 +25,9 @@ Holdings::mapped_type servicesAt(const Holdings& holdings,
                                  const std::vector<std::string>& interfaces);
 
 /** The paths below a root, the root itself not, that some service holds with
- *  any of the interfaces. depth: how many path words below the root; 0 or less
- *  means all. */
+ *  any of the interfaces. An empty list asks for none in particular, and then
+ *  for paths that nobody holds, too. depth: how many path words below the
+ *  root; 0 or less means all. */
 Holdings subTree(const Holdings& holdings, const std::string& root, int depth,
                  const std::vector<std::string>& interfaces);
 

@@ -19,13 +19,6 @@ Reply notFound()
                         "The resource is not found.");
 }
 
-Json one(Json value)
-{
-    Json values = Json::array();
-    values.push_back(std::move(value));
-    return values;
-}
-
 /** A trailing slash does not count, as in the real mapper. */
 std::string pathOf(const Call& call)
 {
@@ -39,7 +32,7 @@ std::string pathOf(const Call& call)
 
 std::optional<Holdings> found(const Holdings& holdings, const Call& call)
 {
-    std::string root = pathOf(call);
+    auto root = call.args[0].get<std::string>();
     if (!knows(holdings, root))
     {
         return std::nullopt;
@@ -86,16 +79,25 @@ Holdings MapperModel::holdings() const
 
 Reply MapperModel::getObject(const Call& call) const
 {
-    auto services = servicesAt(holdings(), pathOf(call),
-                               call.args[1].get<std::vector<std::string>>());
-    return services.empty() ? notFound()
-                            : Reply::of("a{sas}", one(Json(services)));
+    const Holdings all = holdings();
+    const std::string path = pathOf(call);
+    const auto interfaces = call.args[1].get<std::vector<std::string>>();
+    auto services = servicesAt(all, path, interfaces);
+    const bool there =
+        interfaces.empty() ? all.contains(path) : !services.empty();
+    return there ? Reply::one("a{sas}", services) : notFound();
 }
 
 Reply MapperModel::getSubTree(const Call& call) const
 {
     auto tree = found(holdings(), call);
-    return tree ? Reply::of("a{sa{sas}}", one(Json(*tree))) : notFound();
+    if (!tree)
+    {
+        return notFound();
+    }
+    std::erase_if(*tree,
+                  [](const auto& entry) { return entry.second.empty(); });
+    return Reply::one("a{sa{sas}}", *tree);
 }
 
 Reply MapperModel::getSubTreePaths(const Call& call) const
@@ -110,7 +112,7 @@ Reply MapperModel::getSubTreePaths(const Call& call) const
     {
         paths.push_back(where);
     }
-    return Reply::of("as", one(std::move(paths)));
+    return Reply::one("as", std::move(paths));
 }
 
 } // namespace sim

@@ -31,12 +31,7 @@ MctpModel::MctpModel(Bus& busIn, Service& serviceIn, const Node& config) :
     config.at("endpoints")
         .eachItem([&](const Node& node) { addEndpoint(node); });
     method(baseInterface, "GetRoutingTable", "",
-           [this](const Call&)
-           {
-               Json values = Json::array();
-               values.push_back(routingTable);
-               return Reply::of("ay", std::move(values));
-           });
+           [this](const Call&) { return Reply::one("ay", routingTable); });
     method(baseInterface, "SendReceiveMctpMessagePayload", "yayq",
            [this](const Call& call) { return devices.exchange(call); });
 }

@@ -89,9 +89,7 @@ Outcome configure(RaidArray& array, const Call& call)
 
 Reply result(Outcome outcome)
 {
-    Json values = Json::array();
-    values.push_back(static_cast<int32_t>(outcome));
-    return Reply::of("i", std::move(values));
+    return Reply::one("i", static_cast<int32_t>(outcome));
 }
 
 } // namespace

@@ -60,9 +60,7 @@ Reply SmbusDaemon::discover()
 
 Reply SmbusDaemon::routingTable() const
 {
-    Json values = Json::array();
-    values.push_back(routes);
-    return Reply::of("ay", std::move(values));
+    return Reply::one("ay", routes);
 }
 
 } // namespace sim

@@ -69,9 +69,7 @@ Reply TtyLogModel::capture(uint32_t address, const std::string& folder) const
                            std::to_string(adapter.slot) + "_tty.txt";
         written += writeFile(name, adapter.log) ? 1 : 0;
     }
-    Json values = Json::array();
-    values.push_back(written);
-    return Reply::of("i", std::move(values));
+    return Reply::one("i", written);
 }
 
 } // namespace sim

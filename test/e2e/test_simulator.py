@@ -13,6 +13,10 @@ from harness import TIMEOUT, Call, sim_env
 PATH = "/com/mervax/rsa"
 NAME = "com.mervax.rsa"
 FACE = "com.mervax.Inventory.Storage"
+# The bus policy lets a client ask for all properties here.
+BPM = "com.mervax.bpm"
+BPM_PATH = "/com/mervax/bpm"
+BPM_FACE = "com.mervax.Inventory.DriveBackplane"
 
 
 def ask(bmc, member, *arguments, name=NAME, path=PATH, interface=FACE,
@@ -200,15 +204,19 @@ def test_a_fault_does_not_take_what_its_method_refuses(bmc):
     """A real service checks the arguments before it can fail."""
     bmc.start(s.merge(
         s.storage("rsa", {1: {"Drives": []}}),
+        {"services": {BPM: {"objects": {BPM_PATH: {BPM_FACE: {
+            "properties": {"Name": {"signature": "s", "value": "b"}}}}}}}},
         s.fault("GetDrives", s.error(), owner=NAME),
-        s.fault("GetAll", s.error(), owner=NAME)))
+        s.fault("GetAll", s.error(), owner=BPM)))
     assert refusal("GetDrives", "s", "u") in ask(
         bmc, "GetDrives", "s", "x").err
     assert "It did not work." in ask(bmc, "GetDrives", "u", "1").err
     assert "Only Get(ss) and GetAll(s) are here." in ask(
-        bmc, "GetAll", "u", "1", interface=s.PROPERTIES).err
+        bmc, "GetAll", "u", "1", name=BPM, path=BPM_PATH,
+        interface=s.PROPERTIES).err
     assert "It did not work." in ask(
-        bmc, "GetAll", "s", FACE, interface=s.PROPERTIES).err
+        bmc, "GetAll", "s", BPM_FACE, name=BPM, path=BPM_PATH,
+        interface=s.PROPERTIES).err
 
 
 def test_a_fault_may_stand_for_a_method_that_is_not_there(bmc):
@@ -259,10 +267,14 @@ def test_each_change_takes_its_own_document(bmc, member, before, taken,
         assert send(document) == [0]
 
 
-def sub_tree(bmc, root, depth, *interfaces):
-    return ask(bmc, "GetSubTree", "sias", root, str(depth),
-               str(len(interfaces)), *interfaces, name=s.MAPPER,
-               path=s.MAPPER_PATH, interface=s.MAPPER)
+def ask_mapper(bmc, member, *words):
+    return ask(bmc, member, *words, name=s.MAPPER, path=s.MAPPER_PATH,
+               interface=s.MAPPER)
+
+
+def sub_tree(bmc, root, depth, *interfaces, member="GetSubTree"):
+    return ask_mapper(bmc, member, "sias", root, str(depth),
+                      str(len(interfaces)), *interfaces)
 
 
 def test_the_mapper_computes_over_what_the_services_hold(bmc):
@@ -279,6 +291,22 @@ def test_the_mapper_computes_over_what_the_services_hold(bmc):
         {"/r/x": {"b.b": ["i.One"]}, "/r/x/y": {"a.a": ["i.One"]}}]
     assert json.loads(sub_tree(bmc, "/r", 2, "i.No").out)["data"] == [{}]
     assert "not found" in sub_tree(bmc, "/q", 0).err
+
+
+def test_the_mapper_knows_paths_that_lead_to_objects(bmc):
+    """As long as no interface is asked for; a subtree has them without
+    services only in the list of its paths."""
+    bmc.start(s.merge(s.mapper(), s.method(
+        "b.b", "/r/x/y", "i.One", "M", {"return": []})))
+    assert json.loads(sub_tree(bmc, "/r/", 0).out)["data"] == [
+        {"/r/x/y": {"b.b": ["i.One"]}}]
+    assert json.loads(sub_tree(
+        bmc, "/r", 0, member="GetSubTreePaths").out)["data"] == [
+            ["/r/x", "/r/x/y"]]
+    assert json.loads(ask_mapper(
+        bmc, "GetObject", "sas", "/r/x", "0").out)["data"] == [{}]
+    for words in (["/r/x", "1", "i.One"], ["/r/x/", "0"]):
+        assert "not found" in ask_mapper(bmc, "GetObject", "sas", *words).err
 
 
 def test_a_routing_table_is_encoded_from_its_endpoints(bmc):

@@ -39,7 +39,7 @@ TEST(Mapper, DepthCountsPathWordsBelowTheRoot)
 {
     EXPECT_EQ(paths("/r", 1, {}), (Paths{"/r/a"}));
     EXPECT_EQ(paths("/r", 2, {}), (Paths{"/r/a", "/r/a/b"}));
-    EXPECT_EQ(paths("/", 1, {}), (Paths{"/r", "/ra"}));
+    EXPECT_EQ(paths("/", 1, {}), (Paths{"/", "/r", "/ra"}));
 }
 
 TEST(Mapper, DepthOfZeroOrLessMeansAll)
@@ -52,6 +52,16 @@ TEST(Mapper, NeitherTheRootNorASiblingThatBeginsLikeItIsBelow)
 {
     EXPECT_EQ(paths("/r/a", 0, {}), (Paths{"/r/a/b", "/r/a/b/c"}));
     EXPECT_EQ(paths("/ra", 0, {}), (Paths{}));
+}
+
+TEST(Mapper, OneSlashAtTheEndOfTheRootDoesNotCount)
+{
+    EXPECT_EQ(paths("/r/", 1, {}), paths("/r", 1, {}));
+    EXPECT_EQ(paths("", 0, {}), paths("/", 0, {}));
+    EXPECT_TRUE(sim::knows(example(), ""));
+    EXPECT_TRUE(sim::knows(example(), "/r/"));
+    EXPECT_FALSE(sim::knows(example(), "/r//"));
+    EXPECT_EQ(paths("//", 0, {}), (Paths{}));
 }
 
 TEST(Mapper, AnyOfTheInterfacesIsEnough)
@@ -77,7 +87,8 @@ TEST(Mapper, PathsAboveObjectsAreKnownButHeldByNobody)
     EXPECT_TRUE(sim::knows(holdings, "/x/y"));
     EXPECT_FALSE(sim::knows(holdings, "/x/z"));
     EXPECT_TRUE(sim::servicesAt(holdings, "/x", {}).empty());
-    EXPECT_TRUE(sim::subTree(holdings, "/x", 1, {}).empty());
+    EXPECT_EQ(sim::subTree(holdings, "/x", 1, {}), (Holdings{{"/x/y", {}}}));
+    EXPECT_TRUE(sim::subTree(holdings, "/x", 1, {"i"}).empty());
 }
 
 } // namespace

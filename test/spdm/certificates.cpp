@@ -1,9 +1,9 @@
 #include "test/spdm/certificates.hpp"
 
+#include "test/spdm/devices.hpp"
+
 #include <openssl/ec.h>
 #include <openssl/x509v3.h>
-
-#include <stdexcept>
 
 namespace test
 {
@@ -11,17 +11,12 @@ namespace test
 namespace
 {
 
-using Extension = std::unique_ptr<X509_EXTENSION, Free<X509_EXTENSION_free>>;
-using Octets = std::unique_ptr<ASN1_OCTET_STRING, Free<ASN1_OCTET_STRING_free>>;
-using Object = std::unique_ptr<ASN1_OBJECT, Free<ASN1_OBJECT_free>>;
+using sim::spdm::check;
+using sim::spdm::Owner;
 
-void require(bool done)
-{
-    if (!done)
-    {
-        throw std::runtime_error("OpenSSL refused to make a certificate");
-    }
-}
+using Extension = Owner<X509_EXTENSION, X509_EXTENSION_free>;
+using Octets = Owner<ASN1_OCTET_STRING, ASN1_OCTET_STRING_free>;
+using Object = Owner<ASN1_OBJECT, ASN1_OBJECT_free>;
 
 void addText(X509& certificate, int kind, const std::string& text)
 {
@@ -29,8 +24,10 @@ void addText(X509& certificate, int kind, const std::string& text)
     {
         return;
     }
-    Extension made(X509V3_EXT_conf_nid(nullptr, nullptr, kind, text.c_str()));
-    require(made && X509_add_ext(&certificate, made.get(), -1) == 1);
+    Extension made(
+        check(X509V3_EXT_conf_nid(nullptr, nullptr, kind, text.c_str()),
+              "extension"));
+    check(X509_add_ext(&certificate, made.get(), -1), "extension");
 }
 
 void addSpdm(X509& certificate, const Der& value)
@@ -39,31 +36,30 @@ void addSpdm(X509& certificate, const Der& value)
     {
         return;
     }
-    Octets octets(ASN1_OCTET_STRING_new());
-    Object kind(OBJ_txt2obj("1.3.6.1.4.1.412.274.6", 1));
-    require(octets && kind &&
-            ASN1_OCTET_STRING_set(octets.get(), value.data(),
-                                  static_cast<int>(value.size())) == 1);
-    Extension made(
-        X509_EXTENSION_create_by_OBJ(nullptr, kind.get(), 0, octets.get()));
-    require(made && X509_add_ext(&certificate, made.get(), -1) == 1);
+    Octets octets(check(ASN1_OCTET_STRING_new(), "octets"));
+    Object kind(check(OBJ_txt2obj("1.3.6.1.4.1.412.274.6", 1), "object"));
+    check(ASN1_OCTET_STRING_set(octets.get(), value.data(),
+                                static_cast<int>(value.size())),
+          "octets");
+    Extension made(check(
+        X509_EXTENSION_create_by_OBJ(nullptr, kind.get(), 0, octets.get()),
+        "extension"));
+    check(X509_add_ext(&certificate, made.get(), -1), "extension");
 }
 
 void setName(X509& certificate, const std::string& name)
 {
     const auto* text = reinterpret_cast<const unsigned char*>(name.c_str());
-    require(X509_NAME_add_entry_by_txt(X509_get_subject_name(&certificate),
-                                       "CN", MBSTRING_ASC, text, -1, -1,
-                                       0) == 1);
+    check(X509_NAME_add_entry_by_txt(X509_get_subject_name(&certificate), "CN",
+                                     MBSTRING_ASC, text, -1, -1, 0),
+          "name");
 }
 
 } // namespace
 
 Key makeKey(const char* curve)
 {
-    Key key(EVP_EC_gen(curve));
-    require(key != nullptr);
-    return key;
+    return Key(check(EVP_EC_gen(curve), "key"));
 }
 
 Spec authority(const std::string& name)
@@ -78,17 +74,16 @@ Spec authority(const std::string& name)
 Certificate makeCertificate(const Spec& spec, EVP_PKEY& key, const X509* issuer,
                             EVP_PKEY& issuerKey)
 {
-    Certificate made(X509_new());
-    require(made != nullptr);
+    Certificate made(check(X509_new(), "certificate"));
     X509_set_version(made.get(), spec.version);
     ASN1_INTEGER_set(X509_get_serialNumber(made.get()), 7);
     X509_gmtime_adj(X509_getm_notBefore(made.get()), spec.notBefore);
     X509_gmtime_adj(X509_getm_notAfter(made.get()), spec.notAfter);
     setName(*made, spec.name);
     const X509* named = issuer != nullptr ? issuer : made.get();
-    require(X509_set_issuer_name(made.get(), X509_get_subject_name(named)) ==
-            1);
-    require(X509_set_pubkey(made.get(), &key) == 1);
+    check(X509_set_issuer_name(made.get(), X509_get_subject_name(named)),
+          "issuer");
+    check(X509_set_pubkey(made.get(), &key), "key");
     if (spec.version == 2)
     {
         addText(*made, NID_basic_constraints, spec.constraints);
@@ -98,15 +93,14 @@ Certificate makeCertificate(const Spec& spec, EVP_PKEY& key, const X509* issuer,
         addText(*made, NID_subject_alt_name, spec.alternativeName);
         addSpdm(*made, spec.spdmExtension);
     }
-    require(X509_sign(made.get(), &issuerKey, EVP_sha384()) > 0);
+    check(X509_sign(made.get(), &issuerKey, EVP_sha384()), "signature");
     return made;
 }
 
 Der toDer(const X509& certificate)
 {
     unsigned char* bytes = nullptr;
-    int size = i2d_X509(&certificate, &bytes);
-    require(size > 0);
+    int size = check(i2d_X509(&certificate, &bytes), "certificate");
     Der der(bytes, bytes + size);
     OPENSSL_free(bytes);
     return der;
@@ -130,22 +124,14 @@ Pki::Pki(const Spec& leafSpec, const Spec& middleSpec, const char* leafCurve,
 
 Der Pki::row() const
 {
-    Der all = root;
-    all.insert(all.end(), middle.begin(), middle.end());
-    all.insert(all.end(), leaf.begin(), leaf.end());
-    return all;
+    return join({root, middle, leaf});
 }
 
 Der makeChain(const Der& root, const Der& row)
 {
-    constexpr size_t hashSize = 48;
-    Der chain(4 + hashSize);
-    size_t size = chain.size() + row.size();
-    chain[0] = static_cast<uint8_t>(size);
-    chain[1] = static_cast<uint8_t>(size >> 8);
-    require(EVP_Digest(root.data(), root.size(), chain.data() + 4, nullptr,
-                       EVP_sha384(), nullptr) == 1);
-    chain.insert(chain.end(), row.begin(), row.end());
+    Der chain = join({Der(4), hashOf("SHA384", root), row});
+    chain[0] = static_cast<uint8_t>(chain.size());
+    chain[1] = static_cast<uint8_t>(chain.size() >> 8);
     return chain;
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "sim/spdm/openssl_owner.hpp"
+
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,18 +15,8 @@ namespace test
 
 using Der = std::vector<uint8_t>;
 
-template <auto release>
-struct Free
-{
-    template <typename T>
-    void operator()(T* object) const
-    {
-        release(object);
-    }
-};
-
-using Key = std::unique_ptr<EVP_PKEY, Free<EVP_PKEY_free>>;
-using Certificate = std::unique_ptr<X509, Free<X509_free>>;
+using Key = sim::spdm::Owner<EVP_PKEY, EVP_PKEY_free>;
+using Certificate = sim::spdm::Owner<X509, X509_free>;
 
 /** A new key on a curve, for example "P-384". */
 Key makeKey(const char* curve);

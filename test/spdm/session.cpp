@@ -52,8 +52,8 @@ Session::Session(Device& responder, Fault change, Use how) :
     set<uint64_t>(LIBSPDM_DATA_CAPABILITY_RTT_US, 1000000);
     set<uint32_t>(LIBSPDM_DATA_CAPABILITY_FLAGS, use.flags);
     set<uint8_t>(LIBSPDM_DATA_MEASUREMENT_SPEC, 1);
-    set<uint32_t>(LIBSPDM_DATA_BASE_ASYM_ALGO, 0x80);
-    set<uint32_t>(LIBSPDM_DATA_BASE_HASH_ALGO, 3);
+    set<uint32_t>(LIBSPDM_DATA_BASE_ASYM_ALGO, use.baseAsym);
+    set<uint32_t>(LIBSPDM_DATA_BASE_HASH_ALGO, use.baseHash);
     set<uint16_t>(LIBSPDM_DATA_DHE_NAME_GROUP, 0x1B);
     set<uint16_t>(LIBSPDM_DATA_AEAD_CIPHER_SUITE, 6);
     set<uint16_t>(LIBSPDM_DATA_REQ_BASE_ASYM_ALG, 0x80);
@@ -81,8 +81,12 @@ libspdm_return_t Session::send(void* /*context*/, size_t size,
 {
     const auto* bytes = static_cast<const uint8_t*>(message);
     current->sent.emplace_back(bytes, bytes + size);
-    Message answer =
-        current->device.handle(current->sent.back()).value_or(Message{});
+    Message request = current->sent.back();
+    if (current->tap)
+    {
+        current->tap(request);
+    }
+    Message answer = current->device.handle(request).value_or(Message{});
     current->delivery = Delivery::normal;
     if (current->fault)
     {
@@ -116,7 +120,54 @@ libspdm_return_t Session::receive(void* /*context*/, size_t* size,
     return LIBSPDM_STATUS_SUCCESS;
 }
 
-void Session::measure(Outcome& outcome)
+Message Session::answer() const
+{
+    return {pending.begin() + 1, pending.end()};
+}
+
+libspdm_return_t Session::connect()
+{
+    return libspdm_init_connection(context(), false);
+}
+
+libspdm_return_t Session::digests()
+{
+    uint8_t mask = 0;
+    std::array<uint8_t, 512> hashes{};
+    return libspdm_get_digest(context(), nullptr, &mask, hashes.data());
+}
+
+libspdm_return_t Session::readChain(uint8_t slot)
+{
+    size_t size = use.chainRoom;
+    chain.resize(size);
+    libspdm_return_t status =
+        libspdm_get_certificate(context(), nullptr, slot, &size, chain.data());
+    chain.resize(std::min(size, use.chainRoom));
+    return status;
+}
+
+libspdm_return_t Session::challenge(uint8_t slot, uint8_t summary)
+{
+    std::array<uint8_t, 64> hash{};
+    return libspdm_challenge_ex2(context(), nullptr, slot, nullptr, summary,
+                                 hash.data(), nullptr, nullptr, nullptr,
+                                 nullptr, nullptr, nullptr);
+}
+
+libspdm_return_t Session::measure(uint8_t operation, bool isSigned,
+                                  uint8_t slot)
+{
+    uint8_t blocks = 0;
+    uint32_t length = use.recordRoom;
+    Message record(length);
+    return libspdm_get_measurement_ex2(context(), nullptr, isSigned ? 1 : 0,
+                                       operation, slot, nullptr, nullptr,
+                                       &blocks, &length, record.data(), nullptr,
+                                       nullptr, nullptr, nullptr, nullptr);
+}
+
+void Session::measureAll(Outcome& outcome)
 {
     uint32_t length = use.recordRoom;
     outcome.record.resize(length);
@@ -144,7 +195,7 @@ void Session::measure(Outcome& outcome)
 Outcome Session::attest()
 {
     Outcome outcome;
-    outcome.connect = libspdm_init_connection(context(), false);
+    outcome.connect = connect();
     if (!isFine(outcome.connect) && !use.goesOn)
     {
         return outcome;
@@ -156,23 +207,17 @@ Outcome Session::attest()
     {
         return outcome;
     }
-    outcome.chain.resize(use.chainRoom);
-    size_t size = use.chainRoom;
-    outcome.certificate = libspdm_get_certificate(context(), nullptr, 0, &size,
-                                                  outcome.chain.data());
-    outcome.chain.resize(std::min(size, use.chainRoom));
+    outcome.certificate = readChain();
+    outcome.chain = chain;
     if (!isFine(outcome.certificate) && !use.goesOn)
     {
         return outcome;
     }
-    std::array<uint8_t, 64> summary{};
-    outcome.challenge = libspdm_challenge_ex2(
-        context(), nullptr, 0, nullptr,
-        SPDM_CHALLENGE_REQUEST_ALL_MEASUREMENTS_HASH, summary.data(), nullptr,
-        nullptr, nullptr, nullptr, nullptr, nullptr);
+    outcome.challenge =
+        challenge(0, SPDM_CHALLENGE_REQUEST_ALL_MEASUREMENTS_HASH);
     if (isFine(outcome.challenge) || use.goesOn)
     {
-        measure(outcome);
+        measureAll(outcome);
     }
     return outcome;
 }

@@ -35,6 +35,9 @@ enum class Delivery
  * with that number. May be empty. */
 using Fault = std::function<Delivery(size_t step, Message& answer)>;
 
+/** Changes a request, which begins with the transport's byte, on its way. */
+using Tap = std::function<void(Message& request)>;
+
 /** What a whole attestation came to. */
 struct Outcome
 {
@@ -62,6 +65,8 @@ struct Use
     /** Goes on after a status that is an error. */
     bool goesOn{false};
     uint32_t flags{0x262C6};
+    uint32_t baseAsym{0x80};
+    uint32_t baseHash{3};
 };
 
 /** A requester whose device functions reach a device in this process. */
@@ -100,12 +105,26 @@ class Session
         return libspdm_get_data(context(), item, &parameter, &value, &size);
     }
 
+    libspdm_return_t connect();
+    libspdm_return_t digests();
+    /** Reads the chain of a slot into `chain`. */
+    libspdm_return_t readChain(uint8_t slot = 0);
+    /** summary: which blocks' hash is asked for, as in the message. */
+    libspdm_return_t challenge(uint8_t slot = 0, uint8_t summary = 0);
+    libspdm_return_t measure(uint8_t operation, bool isSigned,
+                             uint8_t slot = 0);
+
     /** Connects, reads slot 0 and, as far as all goes well, challenges it and
      * reads its measurements. */
     Outcome attest();
 
     /** Requests as they went out, with the transport's byte. */
     std::vector<Message> sent;
+    /** The last answer as it came in, without the transport's byte. */
+    [[nodiscard]] Message answer() const;
+    /** The last chain that was read. */
+    Message chain;
+    Tap tap;
     /** Room that the receive function was offered, and its time-outs. */
     std::vector<size_t> rooms;
     std::vector<uint64_t> timeouts;
@@ -117,7 +136,7 @@ class Session
                                  const void* message, uint64_t timeout);
     static libspdm_return_t receive(void* context, size_t* size, void** message,
                                     uint64_t timeout);
-    void measure(Outcome& outcome);
+    void measureAll(Outcome& outcome);
 
     Device& device;
     Fault fault;

@@ -50,12 +50,12 @@ sendRequest(const DbusConnPtr& bus, const Options& options, const json& request)
     return io::bus::ask<int32_t>(bus, target, method, options.address, text);
 }
 
-/** @return the service's result; -1, with a line, for an error reply */
-int32_t resultOf(const io::bus::Answer<int32_t>& answer, const char* call)
+/** @return the service's result; -1, with that line, for an error reply */
+int32_t resultOf(const io::bus::Answer<int32_t>& answer, const char* failed)
 {
     if (!answer)
     {
-        out::line({"Dbus call ", call, " failed"});
+        out::line(failed);
     }
     return answer.value_or(-1);
 }
@@ -70,7 +70,8 @@ int32_t changeVolume(const DbusConnPtr& bus, const Options& options,
         return autoConfigVolume(bus, service.name(), service.path(), options,
                                 request);
     }
-    return resultOf(sendRequest(bus, options, request), "create/edit volume");
+    return resultOf(sendRequest(bus, options, request),
+                    "Dbus call create/edit volume failed");
 }
 
 } // namespace
@@ -110,7 +111,7 @@ int32_t autoConfigVolume(const DbusConnPtr& bus, const std::string& busName,
         text("DisplayName"), number("StripSizeBytes"),
         readOr(*volume, {"CapacityBytes"}, uint64_t{0}), text("ReadPolicy"),
         text("WritePolicy"));
-    return resultOf(answer, "AutoConfig");
+    return resultOf(answer, "Dbus call AutoConfig failed");
 }
 
 bool createOrEditVolume(const DbusConnPtr& bus, const Options& options,

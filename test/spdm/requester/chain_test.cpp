@@ -56,91 +56,58 @@ class Chain : public testing::Test
     test::Session session;
 };
 
-Spec leaf(void (*change)(Spec&))
-{
-    Spec spec;
-    change(spec);
-    return spec;
-}
-
-Spec middle(void (*change)(Spec&))
-{
-    Spec spec = test::authority("middle");
-    change(spec);
-    return spec;
-}
-
 TEST_F(Chain, GoodOne)
 {
     EXPECT_TRUE(isWhole(chainOf(pki)));
 }
 
+struct Row
+{
+    const char* what;
+    Spec spec;
+    bool accepted;
+};
+
+// The SPDM extension: a hardware identity.
+const Der identity{0x30, 0x0E, 0x30, 0x0C, 0x06, 0x0A, 0x2B, 0x06,
+                   0x01, 0x04, 0x01, 0x83, 0x1C, 0x82, 0x12, 0x02};
+
+/** A sequence that is longer than any identity. */
+Der longIdentity()
+{
+    Der bytes(31, 0x05);
+    bytes[0] = 0x30;
+    bytes[1] = 29;
+    return bytes;
+}
+
+const Row leaves[] = {
+    {"no key usage", {.keyUsage = ""}, true},
+    {"key agreement only", {.keyUsage = "critical,keyAgreement"}, false},
+    {"no basic constraints", {.constraints = ""}, true},
+    {"an authority", {.constraints = "critical,CA:TRUE"}, false},
+    {"expired", {.notAfter = -60}, false},
+    {"not valid yet", {.notBefore = 600}, false},
+    {"version 1", {.version = 0}, false},
+    {"for TLS", {.extendedKeyUsage = "serverAuth"}, true},
+    {"for a responder", {.extendedKeyUsage = "1.3.6.1.4.1.412.274.3"}, true},
+    {"for a requester", {.extendedKeyUsage = "1.3.6.1.4.1.412.274.4"}, false},
+    {"for both",
+     {.extendedKeyUsage = "1.3.6.1.4.1.412.274.3,1.3.6.1.4.1.412.274.4"},
+     true},
+    {"a hardware identity", {.spdmExtension = identity}, true},
+    {"an identity that is cut off",
+     {.spdmExtension = {identity.begin(), identity.begin() + 7}},
+     false},
+    {"an identity of no sequence",
+     {.spdmExtension = {0x30, 0x02, 0x05, 0x00}},
+     false},
+    {"too long an identity", {.spdmExtension = longIdentity()}, false},
+};
+
 TEST_F(Chain, Leaves)
 {
-    struct Row
-    {
-        const char* what;
-        Spec spec;
-        bool accepted;
-    };
-
-    const Row rows[] = {
-        {"no key usage", leaf([](Spec& s) { s.keyUsage = ""; }), true},
-        {"key agreement only",
-         leaf([](Spec& s) { s.keyUsage = "critical,keyAgreement"; }), false},
-        {"no basic constraints", leaf([](Spec& s) { s.constraints = ""; }),
-         true},
-        {"an authority",
-         leaf([](Spec& s) { s.constraints = "critical,CA:TRUE"; }), false},
-        {"expired", leaf([](Spec& s) { s.notAfter = -60; }), false},
-        {"not valid yet", leaf([](Spec& s) { s.notBefore = 600; }), false},
-        {"version 1", leaf([](Spec& s) { s.version = 0; }), false},
-        {"for TLS", leaf([](Spec& s) { s.extendedKeyUsage = "serverAuth"; }),
-         true},
-        {"for a responder",
-         leaf([](Spec& s) { s.extendedKeyUsage = "1.3.6.1.4.1.412.274.3"; }),
-         true},
-        {"for a requester",
-         leaf([](Spec& s) { s.extendedKeyUsage = "1.3.6.1.4.1.412.274.4"; }),
-         false},
-        {"for both",
-         leaf(
-             [](Spec& s) {
-                 s.extendedKeyUsage =
-                     "1.3.6.1.4.1.412.274.3,1.3.6.1.4.1.412.274.4";
-             }),
-         true},
-        {"a hardware identity",
-         leaf(
-             [](Spec& s)
-             {
-                 s.spdmExtension = {0x30, 0x0E, 0x30, 0x0C, 0x06, 0x0A,
-                                    0x2B, 0x06, 0x01, 0x04, 0x01, 0x83,
-                                    0x1C, 0x82, 0x12, 0x02};
-             }),
-         true},
-        {"an identity that is cut off",
-         leaf(
-             [](Spec& s)
-             { s.spdmExtension = {0x30, 0x0E, 0x30, 0x0C, 0x06, 0x0A, 0x2B}; }),
-         false},
-        {"an identity of no sequence",
-         leaf(
-             [](Spec& s) {
-                 s.spdmExtension = {0x30, 0x02, 0x05, 0x00};
-             }),
-         false},
-        {"too long an identity",
-         leaf(
-             [](Spec& s)
-             {
-                 s.spdmExtension.assign(31, 0x05);
-                 s.spdmExtension[0] = 0x30;
-                 s.spdmExtension[1] = 29;
-             }),
-         false},
-    };
-    for (const Row& row : rows)
+    for (const Row& row : leaves)
     {
         EXPECT_EQ(isWhole(chainOf(Pki(row.spec))), row.accepted) << row.what;
     }
@@ -148,10 +115,7 @@ TEST_F(Chain, Leaves)
 
 TEST_F(Chain, HardwareIdentityIsNoAliasCertificates)
 {
-    Spec spec;
-    spec.spdmExtension = {0x30, 0x0E, 0x30, 0x0C, 0x06, 0x0A, 0x2B, 0x06,
-                          0x01, 0x04, 0x01, 0x83, 0x1C, 0x82, 0x12, 0x02};
-    Pki made(spec);
+    Pki made({.spdmExtension = identity});
     setConnection<uint32_t>(
         LIBSPDM_DATA_CAPABILITY_FLAGS,
         SPDM_GET_CAPABILITIES_RESPONSE_FLAGS_ALIAS_CERT_CAP);
@@ -161,22 +125,15 @@ TEST_F(Chain, HardwareIdentityIsNoAliasCertificates)
 
 TEST_F(Chain, Intermediates)
 {
-    struct Row
+    Spec noAuthority = test::authority("middle");
+    noAuthority.constraints = "critical,CA:FALSE";
+    Spec noSigner = test::authority("middle");
+    noSigner.keyUsage = "critical,digitalSignature";
+    Spec expired = test::authority("middle");
+    expired.notAfter = -60;
+    for (const Spec& spec : {noAuthority, noSigner, expired})
     {
-        const char* what;
-        Spec spec;
-    };
-
-    const Row rows[] = {
-        {"no authority",
-         middle([](Spec& s) { s.constraints = "critical,CA:FALSE"; })},
-        {"may not sign certificates",
-         middle([](Spec& s) { s.keyUsage = "critical,digitalSignature"; })},
-        {"expired", middle([](Spec& s) { s.notAfter = -60; })},
-    };
-    for (const Row& row : rows)
-    {
-        EXPECT_FALSE(isWhole(chainOf(Pki({}, row.spec)))) << row.what;
+        EXPECT_FALSE(isWhole(chainOf(Pki({}, spec)))) << spec.keyUsage;
     }
 }
 
@@ -205,14 +162,11 @@ TEST_F(Chain, AuthoritiesBindOnlyTheNext)
 // Likewise as in 3.6.0 and 3.8.2: the right to sign certificates is enough.
 TEST_F(Chain, AnAuthorityMayLackBasicConstraints)
 {
-    EXPECT_TRUE(
-        isWhole(chainOf(Pki({}, middle([](Spec& s) { s.constraints = ""; })))));
-    EXPECT_FALSE(isWhole(chainOf(Pki({}, middle(
-                                             [](Spec& s)
-                                             {
-                                                 s.constraints = "";
-                                                 s.keyUsage = "";
-                                             })))));
+    Spec middle = test::authority("middle");
+    middle.constraints = "";
+    EXPECT_TRUE(isWhole(chainOf(Pki({}, middle))));
+    middle.keyUsage = "";
+    EXPECT_FALSE(isWhole(chainOf(Pki({}, middle))));
 }
 
 // Likewise: with nothing below it no one looks at its dates.
@@ -282,9 +236,7 @@ TEST_F(Chain, LengthsAndTails)
 
 TEST_F(Chain, OrderMatters)
 {
-    Der row = pki.root;
-    row.insert(row.end(), pki.leaf.begin(), pki.leaf.end());
-    row.insert(row.end(), pki.middle.begin(), pki.middle.end());
+    Der row = test::join({pki.root, pki.leaf, pki.middle});
     EXPECT_FALSE(isWhole(test::makeChain(pki.root, row)));
 }
 
@@ -322,16 +274,14 @@ TEST_F(Chain, TenRoots)
 
 TEST_F(Chain, MayLeaveItsRootOut)
 {
-    Der row = pki.middle;
-    row.insert(row.end(), pki.leaf.begin(), pki.leaf.end());
+    Der row = test::join({pki.middle, pki.leaf});
     Der chain = test::makeChain(pki.root, row);
     ASSERT_EQ(session.addRoot(pki.root), 0U);
     EXPECT_TRUE(isWhole(chain));
     EXPECT_TRUE(isTrusted(chain));
     // The hash names the root, but that root did not sign.
     Pki other;
-    Der stolen = other.middle;
-    stolen.insert(stolen.end(), other.leaf.begin(), other.leaf.end());
+    Der stolen = test::join({other.middle, other.leaf});
     EXPECT_FALSE(isTrusted(test::makeChain(pki.root, stolen)));
 }
 

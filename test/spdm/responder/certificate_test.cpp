@@ -1,14 +1,56 @@
+#include "sim/spdm/openssl_owner.hpp"
+#include "test/spdm/responder/asking.hpp"
 #include "test/spdm/responder/peer.hpp"
 
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <algorithm>
 
 namespace spdm_test
 {
 
-/** The certificates of a chain whose hashes have 48 bytes. */
-static std::vector<Bytes> certificatesOf(const Bytes& chain)
+/** A certificate of a chain whose hashes have 48 bytes, counted from the root;
+ *  -1 for the last, none if there is none. */
+static Bytes certificateOf(const Bytes& chain, int32_t index)
 {
-    return splitCertificates(View(chain).subspan(4 + 48));
+    const uint8_t* found = nullptr;
+    size_t size = 0;
+    constexpr size_t front = 4 + 48;
+    if (!libspdm_x509_get_cert_from_cert_chain(
+            chain.data() + front, chain.size() - front, index, &found, &size))
+    {
+        return {};
+    }
+    return {found, found + size};
+}
+
+static Bytes foreignRoot()
+{
+    return readFile(keyStore().foreignRoots() / "ecp384" / "ca.cert.der");
+}
+
+/** What a requester that trusts the root says to the chain of slot 0. */
+static libspdm_return_t verdict(const std::string& json, Bytes root)
+{
+    Asking asking(json);
+    EXPECT_EQ(asking.addRoot(root), 0U);
+    return asking.readChain();
+}
+
+using Certificate = sim::spdm::Owner<X509, X509_free>;
+using Key = sim::spdm::Owner<EVP_PKEY, EVP_PKEY_free>;
+
+static Certificate parse(const Bytes& der)
+{
+    const unsigned char* data = der.data();
+    return Certificate(d2i_X509(nullptr, &data, static_cast<long>(der.size())));
+}
+
+static Key keyOf(const Bytes& certificate)
+{
+    return Key(X509_get_pubkey(parse(certificate).get()));
 }
 
 TEST(Digests, AreThoseOfTheChains)
@@ -63,7 +105,7 @@ TEST(Chain, HasLengthRootHashAndCertificates)
     Bytes root = trustedRoot();
     EXPECT_EQ(Bytes(chain.begin() + 4, chain.begin() + 52),
               hashOf("SHA384", root));
-    EXPECT_EQ(certificatesOf(chain).front(), root);
+    EXPECT_EQ(certificateOf(chain, 0), root);
 }
 
 class IntermediatesTest : public testing::TestWithParam<unsigned>
@@ -72,38 +114,38 @@ class IntermediatesTest : public testing::TestWithParam<unsigned>
 
 TEST_P(IntermediatesTest, ChainLeadsToTheRoot)
 {
-    Peer peer(R"({"slots": [{"intermediates": )" + std::to_string(GetParam()) +
-              "}]}");
-    peer.connect(0x12);
-    std::vector<Bytes> certificates = certificatesOf(peer.readChain(0));
-    ASSERT_EQ(certificates.size(), GetParam() + 2);
-    EXPECT_TRUE(chainVerifies(certificates, trustedRoot()));
-    EXPECT_FALSE(chainVerifies(
-        certificates,
-        readFile(keyStore().foreignRoots() / "ecp384" / "ca.cert.der")));
+    std::string json =
+        R"({"slots": [{"intermediates": )" + std::to_string(GetParam()) + "}]}";
+    EXPECT_EQ(verdict(json, trustedRoot()), 0U);
+    EXPECT_EQ(verdict(json, foreignRoot()), LIBSPDM_STATUS_VERIF_NO_AUTHORITY);
+    Asking asking(json);
+    EXPECT_EQ(asking.readChain(), 0U);
+    int32_t leaf = static_cast<int32_t>(GetParam()) + 1;
+    EXPECT_NE(certificateOf(asking.chain, leaf), Bytes{});
+    EXPECT_EQ(certificateOf(asking.chain, leaf),
+              certificateOf(asking.chain, -1));
+    EXPECT_EQ(certificateOf(asking.chain, leaf + 1), Bytes{});
 }
 
 INSTANTIATE_TEST_SUITE_P(Count, IntermediatesTest, testing::Range(0U, 9U));
 
 TEST(Chain, OfP256)
 {
-    Peer peer(R"({"algorithms": {"asymmetric": ["ecdsa-p256"],
-                                 "hash": ["sha-256"]}})");
-    peer.connect(0x12);
-    Bytes chain = peer.readChain(0);
+    Asking asking(R"({"algorithms": {"asymmetric": ["ecdsa-p256"],
+                                     "hash": ["sha-256"]}})",
+                  0x12, {}, {.baseAsym = 0x10, .baseHash = 1});
     Bytes root = readFile(keyStore().roots() / "ecp256" / "ca.cert.der");
-    EXPECT_EQ(Bytes(chain.begin() + 4, chain.begin() + 36),
+    EXPECT_EQ(asking.addRoot(root), 0U);
+    EXPECT_EQ(asking.readChain(), 0U);
+    EXPECT_EQ(asking.challenge(), 0U);
+    EXPECT_EQ(Bytes(asking.chain.begin() + 4, asking.chain.begin() + 36),
               hashOf("SHA256", root));
-    EXPECT_TRUE(
-        chainVerifies(splitCertificates(View(chain).subspan(36)), root));
 }
 
 struct Defect
 {
     const char* name;
-    /** Bytes of the certificates that are left whole. */
-    bool parses;
-    bool verifies;
+    libspdm_return_t status;
 };
 
 class DefectTest : public testing::TestWithParam<Defect>
@@ -112,64 +154,83 @@ class DefectTest : public testing::TestWithParam<Defect>
 
 TEST_P(DefectTest, Chain)
 {
-    Peer peer(R"({"slots": [{"defect": ")" + std::string(GetParam().name) +
-              "\"}]}");
-    peer.connect(0x12);
-    std::vector<Bytes> certificates = certificatesOf(peer.readChain(0));
-    ASSERT_EQ(!certificates.empty(), GetParam().parses);
-    if (GetParam().parses)
-    {
-        EXPECT_EQ(chainVerifies(certificates, trustedRoot()),
-                  GetParam().verifies);
-    }
+    EXPECT_EQ(verdict(R"({"slots": [{"defect": ")" +
+                          std::string(GetParam().name) + "\"}]}",
+                      trustedRoot()),
+              GetParam().status);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, DefectTest,
-    testing::Values(Defect{"none", true, true},
-                    Defect{"bad-signature", true, false},
-                    Defect{"expired-leaf", true, false},
-                    Defect{"foreign-root", true, false},
-                    Defect{"truncated-leaf", false, false},
-                    // What X.509 alone does not object to.
-                    Defect{"wrong-root-hash", true, true},
-                    Defect{"leaf-is-authority", true, true},
-                    Defect{"no-signing-usage", true, true}));
+    testing::Values(Defect{"none", 0},
+                    Defect{"bad-signature", LIBSPDM_STATUS_VERIF_FAIL},
+                    Defect{"expired-leaf", LIBSPDM_STATUS_VERIF_FAIL},
+                    Defect{"foreign-root", LIBSPDM_STATUS_VERIF_NO_AUTHORITY},
+                    Defect{"truncated-leaf", LIBSPDM_STATUS_VERIF_FAIL},
+                    Defect{"wrong-root-hash", LIBSPDM_STATUS_VERIF_FAIL},
+                    Defect{"leaf-is-authority", LIBSPDM_STATUS_VERIF_FAIL},
+                    Defect{"no-signing-usage", LIBSPDM_STATUS_VERIF_FAIL}));
+
+/** The chain of slot 0, whatever is wrong with it. */
+static Bytes chainWith(const char* defect)
+{
+    Peer peer(R"({"slots": [{"defect": ")" + std::string(defect) + "\"}]}");
+    peer.connect(0x12);
+    return peer.readChain(0);
+}
 
 TEST(Defects, WrongRootHash)
 {
-    Peer peer(R"({"slots": [{"defect": "wrong-root-hash"}]})");
-    peer.connect(0x12);
-    Bytes chain = peer.readChain(0);
+    Bytes chain = chainWith("wrong-root-hash");
+    EXPECT_EQ(certificateOf(chain, 0), trustedRoot());
     EXPECT_NE(Bytes(chain.begin() + 4, chain.begin() + 52),
-              hashOf("SHA384", certificatesOf(chain).front()));
+              hashOf("SHA384", trustedRoot()));
+}
+
+TEST(Defects, TruncatedLeafIsTheLastCertificate)
+{
+    Bytes chain = chainWith("truncated-leaf");
+    EXPECT_NE(certificateOf(chain, 1), Bytes{});
+    EXPECT_EQ(certificateOf(chain, 2), Bytes{});
+}
+
+TEST(Defects, ThatAreNoBadSignatureLeaveThemGood)
+{
+    for (const char* defect : {"none", "expired-leaf", "wrong-root-hash",
+                               "leaf-is-authority", "no-signing-usage"})
+    {
+        Bytes chain = chainWith(defect);
+        for (int32_t index : {0, 1, 2})
+        {
+            Key issuer = keyOf(certificateOf(chain, std::max(index - 1, 0)));
+            EXPECT_EQ(X509_verify(parse(certificateOf(chain, index)).get(),
+                                  issuer.get()),
+                      1)
+                << defect << " " << index;
+        }
+    }
 }
 
 TEST(Defects, ForeignRootIsTheForeignFoldersOne)
 {
-    Peer peer(R"({"slots": [{"defect": "foreign-root"}]})");
-    peer.connect(0x12);
-    EXPECT_TRUE(chainVerifies(
-        certificatesOf(peer.readChain(0)),
-        readFile(keyStore().foreignRoots() / "ecp384" / "ca.cert.der")));
+    EXPECT_EQ(
+        verdict(R"({"slots": [{"defect": "foreign-root"}]})", foreignRoot()),
+        0U);
 }
 
 TEST(Slots, ShareTheKeyTheyName)
 {
-    Peer peer(R"({"slots": [{"slot": 0}, {"slot": 1},
-                            {"slot": 2, "keyPairId": 2}]})");
-    peer.connect(0x12);
+    Asking asking(R"({"slots": [{"slot": 0}, {"slot": 1},
+                                {"slot": 2, "keyPairId": 2}]})");
+    std::vector<Key> keys;
     for (uint8_t slot : {0, 1, 2})
     {
-        peer.readChain(slot);
+        EXPECT_EQ(asking.readChain(slot), 0U);
+        EXPECT_EQ(asking.challenge(slot), 0U);
+        keys.push_back(keyOf(certificateOf(asking.chain, -1)));
     }
-    peer.b.clear();
-    peer.connect(0x12);
-    Bytes answer = peer.challenge(0, 0);
-    Bytes b = peer.b;
-    EXPECT_TRUE(peer.challengeVerifies(1, answer));
-    peer.b = b;
-    EXPECT_FALSE(peer.challengeVerifies(2, answer));
+    EXPECT_EQ(EVP_PKEY_eq(keys[0].get(), keys[1].get()), 1);
+    EXPECT_EQ(EVP_PKEY_eq(keys[0].get(), keys[2].get()), 0);
 }
 
 struct Portion

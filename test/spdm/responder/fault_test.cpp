@@ -1,3 +1,4 @@
+#include "test/spdm/responder/asking.hpp"
 #include "test/spdm/responder/peer.hpp"
 
 #include <gtest/gtest.h>
@@ -26,14 +27,14 @@ TEST(Fault, ErrorAtItsOccurrenceOnly)
 
 TEST(Fault, BusyAFewTimes)
 {
-    Peer peer(with(R"({"at": "CHALLENGE", "kind": "busy", "times": 3})"));
-    peer.connect(0x12);
-    peer.readChain(0);
+    Asking asking(with(R"({"at": "CHALLENGE", "kind": "busy", "times": 3})"));
+    EXPECT_EQ(asking.readChain(), 0U);
     for (int i = 0; i < 3; i++)
     {
-        EXPECT_EQ(peer.challenge(0, 0), hex("127f0300"));
+        EXPECT_EQ(asking.challenge(), LIBSPDM_STATUS_BUSY_PEER);
+        EXPECT_EQ(asking.answer(), hex("127f0300"));
     }
-    EXPECT_TRUE(peer.challengeVerifies(0, peer.challenge(0, 0)));
+    EXPECT_EQ(asking.challenge(), 0U);
 }
 
 TEST(Fault, ForEver)
@@ -54,31 +55,33 @@ TEST(Fault, ErrorToCapabilitiesHasItsVersion)
 
 TEST(Fault, BusyLeavesTheRunOfMeasurementsAndAnErrorEndsIt)
 {
-    Peer peer(with(R"({"at": "GET_MEASUREMENTS", "nth": 2, "kind": "busy"},
-                      {"at": "GET_MEASUREMENTS", "nth": 5,
-                       "kind": "error"})"));
-    peer.connect(0x12);
-    peer.readChain(0);
-    peer.measure(0, false);
-    EXPECT_EQ(peer.ask(hex("12e00000")), hex("127f0300"));
-    EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
-    peer.measure(0, false);
-    EXPECT_EQ(peer.ask(hex("12e00000")), hex("127f0500"));
-    peer.m.clear();
-    EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
+    Asking asking(with(R"({"at": "GET_MEASUREMENTS", "nth": 2, "kind": "busy"},
+                          {"at": "GET_MEASUREMENTS", "nth": 5,
+                           "kind": "error"})"));
+    EXPECT_EQ(asking.readChain(), 0U);
+    EXPECT_EQ(asking.measure(0, false), 0U);
+    EXPECT_EQ(asking.ask(hex("12e00000")), hex("127f0300"));
+    EXPECT_EQ(asking.measure(1, true), 0U);
+    EXPECT_EQ(asking.measure(0, false), 0U);
+    EXPECT_EQ(asking.measure(0, false), LIBSPDM_STATUS_ERROR_PEER);
+    EXPECT_EQ(asking.answer(), hex("127f0500"));
+    EXPECT_EQ(asking.measure(1, true), 0U);
 }
 
 TEST(Fault, NotReadyAndThenReady)
 {
-    Peer peer(with(R"({"at": "CHALLENGE", "kind": "not-ready"})"));
-    peer.connect(0x12);
-    peer.readChain(0);
-    EXPECT_EQ(peer.challenge(0, 0), hex("127f4200 01 83 01 02"));
-    Bytes request = peer.lastRequest;
-    Bytes answer = peer.ask(hex("12ff8301"));
-    peer.lastRequest = request;
-    EXPECT_TRUE(peer.challengeVerifies(0, answer));
-    EXPECT_EQ(peer.ask(hex("12ff8301")), hex("127f0100"));
+    std::vector<Bytes> answers;
+    Asking asking(with(R"({"at": "CHALLENGE", "kind": "not-ready"})"), 0x12,
+                  [&](size_t, Bytes& answer)
+                  {
+                      answers.push_back(answer);
+                      return test::Delivery::normal;
+                  });
+    EXPECT_EQ(asking.readChain(), 0U);
+    EXPECT_EQ(asking.challenge(), 0U);
+    EXPECT_EQ(answers.at(answers.size() - 2), hex("05 127f4200 01 83 01 02"));
+    EXPECT_EQ(asking.sent.back(), hex("05 12ff8301"));
+    EXPECT_EQ(asking.ask(hex("12ff8301")), hex("127f0100"));
 }
 
 TEST(Fault, NotReadyTwice)
@@ -109,13 +112,13 @@ TEST(Fault, NotReadyIsAskedForRightly)
 
 TEST(Fault, ResynchNeedsANewConversation)
 {
-    Peer peer(with(R"({"at": "CHALLENGE", "kind": "resynch"})"));
-    peer.connect(0x12);
-    EXPECT_EQ(peer.challenge(0, 0), hex("127f4300"));
-    EXPECT_EQ(peer.challenge(0, 0), hex("127f0400"));
-    peer.connect(0x12);
-    peer.readChain(0);
-    EXPECT_TRUE(peer.challengeVerifies(0, peer.challenge(0, 0)));
+    Asking asking(with(R"({"at": "CHALLENGE", "kind": "resynch"})"));
+    EXPECT_EQ(asking.challenge(), LIBSPDM_STATUS_RESYNCH_PEER);
+    EXPECT_EQ(asking.answer(), hex("127f4300"));
+    EXPECT_EQ(asking.ask(join({hex("12830000"), Bytes(32)})), hex("127f0400"));
+    EXPECT_EQ(asking.connect(), 0U);
+    EXPECT_EQ(asking.readChain(), 0U);
+    EXPECT_EQ(asking.challenge(), 0U);
 }
 
 struct Spoiled
@@ -124,56 +127,58 @@ struct Spoiled
     uint8_t version;
     /** Counted from the answer's end, the byte that differs. */
     size_t fromEnd;
+    libspdm_return_t status;
 };
 
 class SpoiledTest : public testing::TestWithParam<Spoiled>
 {
   protected:
-    /** With the byte put right again the signature fits. */
-    static Bytes repaired(Bytes answer)
+    /** What the requester says to a spoiled answer, and to the same with the
+     *  byte put right again. */
+    static void expectSpoiled(const char* request,
+                              libspdm_return_t (*step)(test::Session&))
     {
-        answer[answer.size() - GetParam().fromEnd] ^= 1;
-        return answer;
-    }
-
-    static std::string fault(const char* request)
-    {
-        return with(R"({"at": ")" + std::string(request) + R"(", "kind": ")" +
-                    GetParam().kind + "\"}");
+        for (bool isRepaired : {false, true})
+        {
+            Asking asking(with(R"({"at": ")" + std::string(request) +
+                               R"(", "kind": ")" + GetParam().kind + "\"}"),
+                          GetParam().version,
+                          [&](size_t, Bytes& answer)
+                          {
+                              bool isIt =
+                                  answer[2] == 0x03 || answer[2] == 0x60;
+                              answer[answer.size() - GetParam().fromEnd] ^=
+                                  isIt && isRepaired ? 1 : 0;
+                              return test::Delivery::normal;
+                          });
+            EXPECT_EQ(asking.readChain(), 0U);
+            EXPECT_EQ(step(asking), isRepaired ? 0U : GetParam().status);
+        }
     }
 };
 
 TEST_P(SpoiledTest, Challenge)
 {
-    Peer peer(fault("CHALLENGE"));
-    peer.connect(GetParam().version);
-    peer.readChain(0);
-    Bytes answer = peer.challenge(0, 0);
-    Bytes b = peer.b;
-    EXPECT_FALSE(peer.challengeVerifies(0, answer));
-    peer.b = b;
-    EXPECT_TRUE(peer.challengeVerifies(0, repaired(answer)));
+    expectSpoiled("CHALLENGE",
+                  [](test::Session& asking) { return asking.challenge(); });
 }
 
 TEST_P(SpoiledTest, Measurements)
 {
-    Peer peer(fault("GET_MEASUREMENTS"));
-    peer.connect(GetParam().version);
-    peer.readChain(0);
-    Bytes answer = peer.measure(1, true);
-    EXPECT_FALSE(peer.measurementVerifies(0, answer));
-    answer = repaired(answer);
-    peer.m = join({peer.lastRequest, Bytes(answer.begin(), answer.end() - 96)});
-    EXPECT_TRUE(peer.measurementVerifies(0, answer));
+    expectSpoiled("GET_MEASUREMENTS", [](test::Session& asking)
+                  { return asking.measure(1, true); });
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, SpoiledTest,
-    testing::Values(Spoiled{"wrong-signature", 0x11, 1},
-                    Spoiled{"wrong-signature", 0x13, 1},
-                    Spoiled{"wrong-nonce", 0x12, 96 + 2 + 32},
-                    Spoiled{"wrong-nonce", 0x13, 96 + 8 + 2 + 32},
-                    Spoiled{"wrong-context", 0x13, 96 + 1}));
+    testing::Values(
+        Spoiled{"wrong-signature", 0x11, 1, LIBSPDM_STATUS_VERIF_FAIL},
+        Spoiled{"wrong-signature", 0x13, 1, LIBSPDM_STATUS_VERIF_FAIL},
+        Spoiled{"wrong-nonce", 0x12, 96 + 2 + 32, LIBSPDM_STATUS_VERIF_FAIL},
+        Spoiled{"wrong-nonce", 0x13, 96 + 8 + 2 + 32,
+                LIBSPDM_STATUS_VERIF_FAIL},
+        Spoiled{"wrong-context", 0x13, 96 + 1,
+                LIBSPDM_STATUS_INVALID_MSG_FIELD}));
 
 struct Damage
 {

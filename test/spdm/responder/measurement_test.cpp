@@ -1,3 +1,4 @@
+#include "test/spdm/responder/asking.hpp"
 #include "test/spdm/responder/peer.hpp"
 
 #include <gtest/gtest.h>
@@ -25,7 +26,7 @@ TEST_P(MeasurementTest, Count)
 {
     Peer peer(device);
     peer.connect(GetParam());
-    Bytes answer = peer.measure(0, false);
+    Bytes answer = peer.measure(0);
     EXPECT_EQ(answer.size(), 8 + trailer());
     answer.resize(8);
     EXPECT_EQ(answer, join({peer.header(0x60, 3), hex("00 000000")}));
@@ -35,7 +36,7 @@ TEST_P(MeasurementTest, OneBlock)
 {
     Peer peer(device);
     peer.connect(GetParam());
-    Bytes answer = peer.measure(2, false);
+    Bytes answer = peer.measure(2);
     Bytes expected =
         join({peer.header(0x60), hex("01 0a0000 02 01 0600 81 0300 aabbcc")});
     ASSERT_EQ(answer.size(), expected.size() + trailer());
@@ -47,7 +48,7 @@ TEST_P(MeasurementTest, AllBlocks)
 {
     Peer peer(device);
     peer.connect(GetParam());
-    Bytes answer = peer.measure(0xff, false);
+    Bytes answer = peer.measure(0xff);
     Bytes expected = join(
         {peer.header(0x60), hex("03 4b0000"), hex("01 01 3300 00 3000"),
          hashOf("SHA384", {'a', 'b', 'c'}), hex("02 01 0600 81 0300 aabbcc"),
@@ -60,52 +61,47 @@ TEST_P(MeasurementTest, AllBlocks)
 TEST_P(MeasurementTest, SignatureCoversTheRunSinceTheLast)
 {
     uint8_t slot = GetParam() >= 0x11 ? 1 : 0;
-    Peer peer(device);
-    peer.connect(GetParam());
-    peer.readChain(slot);
-    peer.measure(0, false, slot);
-    Bytes first = peer.measure(1, true, slot);
-    EXPECT_EQ(first[3], slot);
-    EXPECT_TRUE(peer.measurementVerifies(slot, first));
-    EXPECT_TRUE(peer.measurementVerifies(slot, peer.measure(2, true, slot)));
-    peer.measure(5, false, slot);
-    EXPECT_TRUE(peer.measurementVerifies(slot, peer.measure(0xff, true, slot)));
+    Asking asking(device, GetParam());
+    EXPECT_EQ(asking.readChain(slot), 0U);
+    EXPECT_EQ(asking.measure(0, false, slot), 0U);
+    EXPECT_EQ(asking.measure(1, true, slot), 0U);
+    EXPECT_EQ(asking.answer()[3], slot);
+    EXPECT_EQ(asking.measure(2, true, slot), 0U);
+    EXPECT_EQ(asking.measure(5, false, slot), 0U);
+    EXPECT_EQ(asking.measure(0xff, true, slot), 0U);
 }
 
 TEST_P(MeasurementTest, AnyOtherRequestEndsTheRun)
 {
-    Peer peer(device);
-    peer.connect(GetParam());
-    peer.readChain(0);
-    peer.measure(0, false);
-    peer.getDigests();
-    EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
-    peer.measure(0, false);
-    peer.challenge(0, 0);
-    EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
+    Asking asking(device, GetParam());
+    EXPECT_EQ(asking.readChain(0), 0U);
+    EXPECT_EQ(asking.measure(0, false), 0U);
+    EXPECT_EQ(asking.digests(), 0U);
+    EXPECT_EQ(asking.measure(1, true), 0U);
+    EXPECT_EQ(asking.measure(0, false), 0U);
+    EXPECT_EQ(asking.challenge(), 0U);
+    EXPECT_EQ(asking.measure(1, true), 0U);
 }
 
 TEST_P(MeasurementTest, AnErrorEndsTheRun)
 {
-    Peer peer(device);
-    peer.connect(GetParam());
-    peer.readChain(0);
-    peer.measure(0, false);
-    EXPECT_EQ(peer.ask(join({peer.header(0xe0, 0, 77), peer.context()})),
-              peer.header(0x7f, 1));
-    peer.m.clear();
-    EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
+    Asking asking(device, GetParam());
+    EXPECT_EQ(asking.readChain(0), 0U);
+    EXPECT_EQ(asking.measure(0, false), 0U);
+    EXPECT_EQ(asking.measure(77, false), LIBSPDM_STATUS_ERROR_PEER);
+    EXPECT_EQ(asking.answer(), Bytes({GetParam(), 0x7f, 1, 0}));
+    EXPECT_EQ(asking.measure(1, true), 0U);
 }
 
 TEST_P(MeasurementTest, BytesAfterTheRequestAreNotSigned)
 {
-    Peer peer(device);
-    peer.connect(GetParam());
-    peer.readChain(0);
-    Bytes plain = join({peer.header(0xe0), peer.context()});
-    Bytes answer = peer.ask(join({plain, hex("eeee")}));
-    peer.m = join({plain, answer});
-    EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
+    Asking asking(device, GetParam());
+    EXPECT_EQ(asking.readChain(0), 0U);
+    asking.tap = [](Bytes& request)
+    { request.resize(request.size() + 2, 0xee); };
+    EXPECT_EQ(asking.measure(0, false), 0U);
+    asking.tap = {};
+    EXPECT_EQ(asking.measure(1, true), 0U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Versions, MeasurementTest,
@@ -115,7 +111,7 @@ TEST(Measurement, Refusals)
 {
     Peer peer(device);
     peer.connect(0x12);
-    EXPECT_EQ(peer.measure(3, false), hex("127f0100"));
+    EXPECT_EQ(peer.measure(3), hex("127f0100"));
     EXPECT_EQ(peer.ask(join({hex("12e00100"), Bytes(32)})), hex("127f0100"));
     EXPECT_EQ(peer.ask(join({hex("12e00100"), Bytes(32), {3}})),
               hex("127f0100"));
@@ -128,22 +124,22 @@ TEST(Measurement, UnsignedDeviceSignsNothing)
     Peer peer(R"({"capabilities": {"measurements": "unsigned"},
                   "measurements": [{"index": 1, "value": "aa"}]})");
     peer.connect(0x12);
-    EXPECT_EQ(peer.measure(1, false)[1], 0x60);
+    EXPECT_EQ(peer.measure(1)[1], 0x60);
     EXPECT_EQ(peer.ask(join({hex("12e00101"), Bytes(33)})), hex("127f0100"));
 }
 
 TEST(Measurement, NeedsAKeyForIt)
 {
-    Peer peer(R"({"versions": ["1.3"], "capabilities": {"multiKey": "only"},
-                  "measurements": [{"index": 1, "value": "aa"}],
-                  "slots": [{"slot": 0, "keyUsage": 2},
-                            {"slot": 1, "keyUsage": 4}]})");
-    peer.otherParams = 0x12;
-    peer.connect(0x13);
-    peer.readChain(1);
-    EXPECT_EQ(peer.ask(join({hex("13e00101"), Bytes(33), peer.context()})),
+    Asking asking(R"({"capabilities": {"multiKey": "only"},
+                      "measurements": [{"index": 1, "value": "aa"}],
+                      "slots": [{"slot": 0, "keyUsage": 2},
+                                {"slot": 1, "keyUsage": 4}]})",
+                  0x13);
+    EXPECT_EQ(asking.digests(), 0U);
+    EXPECT_EQ(asking.readChain(1), 0U);
+    EXPECT_EQ(asking.ask(join({hex("13e00101"), Bytes(33 + 8)})),
               hex("137f0100"));
-    EXPECT_TRUE(peer.measurementVerifies(1, peer.measure(1, true, 1)));
+    EXPECT_EQ(asking.measure(1, true, 1), 0U);
 }
 
 TEST(Measurement, ClaimsAsConfigured)
@@ -151,8 +147,8 @@ TEST(Measurement, ClaimsAsConfigured)
     Peer peer(R"({"claimedBlocks": 7, "measurements":
                   [{"index": 1, "value": "aa", "claimedSize": 4090}]})");
     peer.connect(0x12);
-    EXPECT_EQ(peer.measure(0, false)[2], 7);
-    Bytes answer = peer.measure(1, false);
+    EXPECT_EQ(peer.measure(0)[2], 7);
+    Bytes answer = peer.measure(1);
     answer.resize(16);
     EXPECT_EQ(answer, hex("12600000 01 080000 01 01 0400 00 fa0f aa"));
 }
@@ -169,11 +165,13 @@ TEST(Measurement, WithoutASpecificationAgreed)
 
 TEST(Measurement, OpaqueDataIsSigned)
 {
-    Peer peer(R"({"measurementOpaque": "0100000000000400aabbccdd",
-                  "measurements": [{"index": 1, "value": "aa"}]})");
-    peer.connect(0x12);
-    peer.readChain(0);
-    EXPECT_TRUE(peer.measurementVerifies(0, peer.measure(1, true)));
+    Asking asking(R"({"measurementOpaque": "0100000000000400aabbccdd",
+                      "measurements": [{"index": 1, "value": "aa"}]})");
+    EXPECT_EQ(asking.readChain(0), 0U);
+    EXPECT_EQ(asking.measure(1, true), 0U);
+    Bytes answer = asking.answer();
+    EXPECT_EQ(Bytes(answer.end() - 96 - 14, answer.end() - 96),
+              hex("0c00 0100000000000400aabbccdd"));
 }
 
 } // namespace spdm_test
