@@ -91,7 +91,8 @@ def devices(count):
     mapper = "xyz.openbmc_project.ObjectMapper"
     return merge(
         {"services": {mapper: {"models": [
-            {"model": "mapper", "path": "/xyz/openbmc_project/object_mapper"}]}}},
+            {"model": "mapper",
+             "path": "/xyz/openbmc_project/object_mapper"}]}}},
         _replies(PCIE, GetPCIeDevices=(
             "", document("PCIeDeviceComplexes", pcie_device, count))))
 

@@ -69,7 +69,8 @@ def _comparison(table):
     return _rows(
         ["", "time", "instructions", "peak memory", "ms", "M instructions",
          "kB"],
-        [[name, f"{cost['time']:.2f}", f"{ratio(table, 'instructions', name):.2f}",
+        [[name, f"{cost['time']:.2f}",
+          f"{ratio(table, 'instructions', name):.2f}",
           f"{ratio(table, 'kB', name):.2f}", f"{cost['ms']:.2f}",
           f"{cost['instructions'] / 1e6:.2f}", f"{cost['kB']:.0f}"]
          for name, cost in table.items()])
@@ -100,7 +101,8 @@ def markdown(results):
             "on sd-bus.\nThe times are medians of paired rounds; ms is the "
             "best round.\n\n## Goals\n\n" + _goals(results))
     for name in ("call 3 kB", "call 1 MB", "listing"):
-        text += f"## {name[0].upper()}{name[1:]}\n\n{_comparison(results[name])}"
+        text += (f"## {name[0].upper()}{name[1:]}\n\n"
+                 f"{_comparison(results[name])}")
     for name, costs in results["growth"].items():
         text += f"## Growth: {name}\n\n{_growth(costs)}"
     return text.rstrip("\n") + "\n"

@@ -4,10 +4,12 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # What a Debian 12 machine needs to build and run everything here.
+# shellcheck disable=SC2034 # for the scripts that source this
 packages=(
     clang-format
     dbus
     dbus-broker
+    flake8
     g++
     groff-base
     libboost-dev
@@ -24,6 +26,7 @@ packages=(
     procps
     python3
     python3-pytest
+    shellcheck
     systemd
     util-linux
 )

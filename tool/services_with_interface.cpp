@@ -1,6 +1,7 @@
 #include "tool/services_with_interface.hpp"
 
 #include "io/common/src/ObjectMapper.hpp"
+#include "io/common/src/Targets.hpp"
 #include "tool/guard.hpp"
 #include "tool/output.hpp"
 
@@ -31,7 +32,7 @@ bool getServicesWithInterface(const DbusConnPtr& conn, const Options& options,
     const auto find = [&]
     {
         const auto tree =
-            io::mapper::getSubTree(conn, "/com/mervax", 1, interface);
+            io::mapper::getSubTree(conn, io::target::ownServices, 1, interface);
         if (!tree)
         {
             out::line({"getServicesWithInterface(", interface, ") failed"});

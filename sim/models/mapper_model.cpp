@@ -19,17 +19,6 @@ Reply notFound()
                         "The resource is not found.");
 }
 
-/** A trailing slash does not count, as in the real mapper. */
-std::string pathOf(const Call& call)
-{
-    auto path = call.args[0].get<std::string>();
-    if (path.size() > 1 && path.ends_with('/'))
-    {
-        path.pop_back();
-    }
-    return path;
-}
-
 std::optional<Holdings> found(const Holdings& holdings, const Call& call)
 {
     auto root = call.args[0].get<std::string>();
@@ -80,7 +69,7 @@ Holdings MapperModel::holdings() const
 Reply MapperModel::getObject(const Call& call) const
 {
     const Holdings all = holdings();
-    const std::string path = pathOf(call);
+    const auto path = call.args[0].get<std::string>();
     const auto interfaces = call.args[1].get<std::vector<std::string>>();
     auto services = servicesAt(all, path, interfaces);
     const bool there =

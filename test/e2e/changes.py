@@ -46,10 +46,11 @@ def change_call(member, signature, *arguments, interface=VOLUME):
 class Operation:
     """An operation that waits for the storage service's update."""
 
-    def __init__(self, words, call, handler, refused, failed, printed=""):
+    def __init__(self, words, call, thrown, refused, failed, printed=""):
         self.words = [*DEVICE, *words]
         self.call = call
-        self.handler = handler
+        #: What it says in front of an exception.
+        self.thrown = thrown
         #: What an error reply and a result other than 0 make it say.
         self.refused = refused
         self.failed = failed
@@ -71,29 +72,30 @@ OPERATIONS = {
         ["-o", "create", "-p", "DisplayName=vd1"],
         change_call("CreateVolume", "us", ADDRESS,
                     text({"Volume": {"DisplayName": "vd1"}})),
-        "createOrEditVolume", _NO_CALL, _NOT_CHANGED,
+        "createOrEditVolume exception: ", _NO_CALL, _NOT_CHANGED,
         shown({"DisplayName": "vd1"})),
     "autocfg": Operation(
         ["-o", "create", "-p", "RAIDType=RAID1,DrvCnt=2,HotspareCnt=1"],
         change_call("AutoConfig", "usssuuusutss", ADDRESS, "RAID1", "", "", 2,
                     1, 0, "", 0, 0, "", ""),
-        "createOrEditVolume", "Dbus call AutoConfig failed\n" + _NOT_CHANGED,
-        _NOT_CHANGED, shown(_AUTO)),
+        "createOrEditVolume exception: ",
+        "Dbus call AutoConfig failed\n" + _NOT_CHANGED, _NOT_CHANGED,
+        shown(_AUTO)),
     "edit": Operation(
         ["-o", "edit", "-r", "406", "-p", "DisplayName=VD02"],
         change_call("EditVolume", "uus", ADDRESS, 406,
                     text({"Volume": {"DisplayName": "VD02"}})),
-        "createOrEditVolume", _NO_CALL, _NOT_CHANGED,
+        "createOrEditVolume exception: ", _NO_CALL, _NOT_CHANGED,
         shown({"DisplayName": "VD02"})),
     "delete": Operation(
         ["-o", "delete", "-r", "406"],
-        change_call("DeleteVolume", "uu", ADDRESS, 406), "deleteVolume",
-        "Dbus call DeleteVolume failed\n",
+        change_call("DeleteVolume", "uu", ADDRESS, 406),
+        "deleteVolume exception: ", "Dbus call DeleteVolume failed\n",
         f"Failed to delete volume (resId=406) on device {ADDRESS:#x}\n"),
     "clear": Operation(
         ["-o", "clear"],
         change_call("ClearConfig", "u", ADDRESS, interface=CONTROLLER),
-        "clearConfig", "Dbus call ClearConfig failed\n",
+        "clearConfig exception: ", "Dbus call ClearConfig failed\n",
         f"Failed to clear configuration on device {ADDRESS:#x}\n"),
 }
 

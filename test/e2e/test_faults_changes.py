@@ -63,7 +63,7 @@ def change(name, operation, verbose=False):
     printed = operation.printed
 
     def raised(why):
-        return said(f"{printed}{operation.handler} exception: {why}\n")
+        return said(f"{printed}{operation.thrown}{why}\n")
 
     def play(*signals):
         return operation.play(done(*signals))
@@ -101,7 +101,7 @@ def several():
     text = json.dumps(request, separators=(",", ":"), sort_keys=True)
     return type(model)(
         ["-o", "create", "-p", "Count=2,RAIDType=RAID0,Drives=1:2"],
-        change_call("CreateVolumes", "us", ADDRESS, text), model.handler,
+        change_call("CreateVolumes", "us", ADDRESS, text), model.thrown,
         model.refused, model.failed,
         f"Volumes (array, 2)\n[\n{one_of_several(1)}{one_of_several(2)}]\n")
 

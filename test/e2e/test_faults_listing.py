@@ -5,8 +5,8 @@ import pytest
 
 import io_cases as i
 import scenarios as s
-from fault_matrix import (CUT_OFF, DEEP, GONE, HUGE, HUGE_ITEMS, PADDING,
-                          Operation, Step, fine, huge_list, said)
+from fault_matrix import (CUT_OFF, GONE, HUGE_ITEMS, Operation, Step, fine,
+                          huge_list, said)
 from fault_runs import Matrix
 
 ADDRESS = 0x8c0000
@@ -108,14 +108,14 @@ def property_step(owner, name, known, last, **special):
     """A property in the header that need not be known."""
     lost = unknown(**known)
     return Step(owner, "Get", "variant", lost, lambda why: lost,
-                label="Get " + name, special={"bus dies": said(dead(last)), **special})
+                label="Get " + name,
+                special={"bus dies": said(dead(last)), **special})
 
 
 def power(text):
     return fine(whole(power=text), "it is printed as it is")
 
 
-MAPPED = "getServicesWithInterface"
 LIST = Operation(
     "list", ["-o", "list"],
     s.server(s.pcie("rsa", RAID),
@@ -124,8 +124,9 @@ LIST = Operation(
     whole(),
     (
         Step(s.MAPPER, "GetSubTree", "list",
-             said(f"{MAPPED}({s.PCIE}) failed\n"),
-             lambda why: said(f"{MAPPED} exception: {why}\n")),
+             said(f"getServicesWithInterface({s.PCIE}) failed\n"),
+             lambda why: said(
+                 f"getServicesWithInterface exception: {why}\n")),
         property_step(
             s.LOGMEM, "UefiProgressCode", {"progress": "Unknown"}, "progress",
             **{fault: unknown(progress="Unknown(0x00)")
@@ -172,6 +173,7 @@ ALL_DRIVES = Operation(
               for word in ("rsa", "lsa")),
             s.listing("nvmed", "GetAllDrives", {"Drives": []}, "")),
     "rsa: 0 Drives\n\nlsa: 0 Drives\n\nnvmed: 0 Drives\n")
+
 
 def shown(*keys):
     """A document of these empty lists, or of padded items."""

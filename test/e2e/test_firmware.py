@@ -310,8 +310,8 @@ def test_an_error_counts_whatever_the_size_of_other_numbers(bmc):
 
 @pytest.mark.parametrize("bad, message", [
     (tick(""), "[json.exception.parse_error.101] parse error at line 1, "
-     "column 1: syntax error while parsing value - unexpected end of input; expected "
-     "'[', '{', or a literal"),
+     "column 1: syntax error while parsing value - unexpected end of input; "
+     "expected '[', '{', or a literal"),
     (tick("[" * 100000), "JSON document is nested deeper than 512 levels"),
     (tick(1, signature="u"), "sd_bus_message_read_basic string: "
      "System.Error.ENXIO: No such device or address"),

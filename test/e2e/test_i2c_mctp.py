@@ -268,6 +268,9 @@ def test_enable_without_the_backplane_service(bmc, parts):
     bmc.start(setting(*parts))
     assert enable(bmc, 3) == ("", "", 0)
     assert bmc.messages() == NO_DRIVES + [NO_SERVICES]
+    fields = own_fields(bmc.journal()[0])
+    assert fields["LOG2_FMTMSG"] == "[ERR] Failed to get {P}"
+    assert fields["P"] == "MaxNumOfNVMeDrvOnI2CBuses"
     assert bmc.calls()[-1] == launched(3, 48, 16)
 
 

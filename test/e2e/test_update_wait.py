@@ -85,7 +85,7 @@ def test_a_reply_without_a_result(bmc, operation, reply):
     """Reading it fails."""
     bmc.start(operation.play(reply))
     ended(bmc.run(*operation.words), status=255,
-          out=f"{operation.printed}{operation.handler} exception: {NO_VALUE}")
+          out=f"{operation.printed}{operation.thrown}{NO_VALUE}")
     assert bmc.calls() == [operation.call]
 
 
@@ -108,7 +108,7 @@ def test_a_service_that_does_not_answer(bmc, operation):
     """The library's own time-out is an exception."""
     bmc.start(operation.play({"silent": True}))
     ended(bmc.run(*operation.words, env={"SYSTEMD_BUS_TIMEOUT": "200ms"}),
-          out=f"{operation.printed}{operation.handler} exception: {NO_REPLY}",
+          out=f"{operation.printed}{operation.thrown}{NO_REPLY}",
           status=255)
     assert bmc.calls() == [operation.call]
 
@@ -131,7 +131,7 @@ def test_a_bus_that_dies_in_the_wait(bmc, operation):
     finally:
         bus.kill()
     ended(session.end(), status=255,
-          out=f"{operation.printed}{operation.handler} exception: {GONE}")
+          out=f"{operation.printed}{operation.thrown}{GONE}")
     assert [call.member for call in bmc.calls()] == [operation.call.member,
                                                      "Ping", "Ping"]
 

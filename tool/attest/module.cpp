@@ -1,10 +1,10 @@
 #include "tool/attest/module.hpp"
 
+#include "io/common/src/Executable.hpp"
+
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <array>
-#include <climits>
 #include <cstring>
 #include <stdexcept>
 
@@ -19,12 +19,7 @@ constexpr const char* fileName = "/zantric-attest.so";
 /** The folder of the running executable; empty when it cannot be told. */
 std::string ownFolder()
 {
-    std::array<char, PATH_MAX> link{};
-    if (readlink("/proc/self/exe", link.data(), link.size() - 1) < 0)
-    {
-        return {};
-    }
-    const std::string path(link.data());
+    const std::string path = io::executablePath();
     return path.substr(0, path.rfind('/'));
 }
 

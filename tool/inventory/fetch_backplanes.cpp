@@ -67,8 +67,7 @@ bool fetchAll(const DbusConnPtr& bus,
               std::vector<std::shared_ptr<DriveBackplane>>& backplanes)
 {
     const auto paths = io::mapper::getSubTreePaths(
-        bus, "/xyz/openbmc_project/inventory/backplane", 1,
-        io::target::backplaneItem);
+        bus, io::target::backplaneInventory, 1, io::target::backplaneItem);
     if (!paths)
     {
         if (!isNotReady(paths.error().name))

@@ -1,5 +1,6 @@
 #include "tool/inventory/show_objects.hpp"
 
+#include "io/common/src/Targets.hpp"
 #include "tool/json/print.hpp"
 #include "tool/output.hpp"
 
@@ -58,14 +59,12 @@ bool getSubTree(const DbusConnPtr& bus, const std::string& searchPath,
 bool showObjects(const DbusConnPtr& bus, const Options& options)
 {
     const std::string interface =
-        options.file.empty() ? "com.mervax.Inventory.Item.SoftwareInventory"
-                             : options.file;
+        options.file.empty() ? io::target::softwareItem : options.file;
     const std::string service = options.service.empty()
                                   ? std::string()
                                   : io::bus::Service(options.service).name();
     json document;
-    if (!getSubTree(bus, "/xyz/openbmc_project/inventory", {interface}, service,
-                    document))
+    if (!getSubTree(bus, io::target::inventory, {interface}, service, document))
     {
         return false;
     }

@@ -1,5 +1,7 @@
 #include "io/common/spdm/UdsSocket.hpp"
 
+#include "io/common/src/Executable.hpp"
+
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -9,7 +11,6 @@
 #include <phosphor-logging/lg2.hpp>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 namespace mctp::spdm
@@ -20,19 +21,13 @@ namespace
 
 constexpr uint64_t microsecondsPerSecond = 1000000;
 
+/** As much of the executable's path as counts for the socket's name. */
+constexpr std::size_t longestExecutable = 1023;
+
 // struct sockaddr is what the socket calls take every kind of address as.
 const sockaddr* genericAddress(const sockaddr_un& address)
 {
     return reinterpret_cast<const sockaddr*>(&address);
-}
-
-/** The target of /proc/self/exe, empty when it cannot be read. */
-std::string executableLink()
-{
-    std::array<char, 1024> link{};
-    const ssize_t length =
-        readlink("/proc/self/exe", link.data(), link.size() - 1);
-    return length < 0 ? std::string() : std::string(link.data());
 }
 
 /** Wait until the descriptor can be read: select(2)'s result. */
@@ -89,7 +84,7 @@ bool UdsSocket::bindToPath() const
 
 bool UdsSocket::openAtPath()
 {
-    path = pathFor(executableLink());
+    path = pathFor(io::executablePath().substr(0, longestExecutable));
     if (!users.enter(path))
     {
         return false;

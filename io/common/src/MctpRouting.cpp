@@ -71,9 +71,9 @@ std::string_view bindingName(uint8_t binding)
     switch (binding)
     {
         case bindingSmbus:
-            return "xyz.openbmc_project.MCTP.Binding.SMBus";
+            return io::target::mctpSmbus;
         case bindingPcie:
-            return "xyz.openbmc_project.MCTP.Binding.PCIe";
+            return io::target::mctpPcieBinding;
         default:
             return "";
     }

@@ -2,8 +2,9 @@
 
 #include "io/common/src/Bus.hpp"
 
-/** The services that the tool talks to, each written down once. Those that
- *  `-s` names are io::bus::Service's. */
+/** The services and objects that the tool talks to, each written down once.
+ *  Those that `-s` names are io::bus::Service's; what such a service offers
+ *  stands in the header of the subject. */
 namespace io::target
 {
 
@@ -11,6 +12,17 @@ namespace io::target
 inline constexpr bus::Target mapper{"xyz.openbmc_project.ObjectMapper",
                                     "/xyz/openbmc_project/object_mapper",
                                     "xyz.openbmc_project.ObjectMapper"};
+
+/** Where the mapper looks: below it are the root objects of the BMC's own
+ *  services, the inventory, and the backplanes in it. */
+inline constexpr const char* ownServices = "/com/mervax";
+inline constexpr const char* inventory = "/xyz/openbmc_project/inventory";
+inline constexpr const char* backplaneInventory =
+    "/xyz/openbmc_project/inventory/backplane";
+
+/** What `-o show -t Objects` looks for when nothing else is named. */
+inline constexpr const char* softwareItem =
+    "com.mervax.Inventory.Item.SoftwareInventory";
 
 inline constexpr bus::Target chassisState{"xyz.openbmc_project.State.Chassis",
                                           "/xyz/openbmc_project/state/chassis0",
@@ -46,6 +58,8 @@ inline constexpr const char* mctpPath = "/xyz/openbmc_project/mctp";
 inline constexpr const char* mctpBase = "xyz.openbmc_project.MCTP.Base";
 inline constexpr const char* mctpSmbus =
     "xyz.openbmc_project.MCTP.Binding.SMBus";
+inline constexpr const char* mctpPcieBinding =
+    "xyz.openbmc_project.MCTP.Binding.PCIe";
 
 /** The daemon of MCTP over PCIe. */
 inline constexpr bus::Target mctpPcie{"xyz.openbmc_project.MCTP_PCIe", mctpPath,

@@ -64,13 +64,13 @@ std::string intoPipe(const Environment& environment)
     return text;
 }
 
-TEST(Copy, IsNotMadeIntoAPipe)
+TEST(Copy, isNotMadeIntoAPipe)
 {
     EXPECT_EQ(intoPipe({}), "");
     EXPECT_EQ(intoPipe({{"LG2_FORMAT", "%m"}}), "");
 }
 
-TEST(Copy, IsMadeWhenAskedFor)
+TEST(Copy, isMadeWhenAskedFor)
 {
     EXPECT_EQ(intoPipe({{"LG2_FORCE_STDERR", "1"}}),
               "<3> first 1\n<7> second\n2\n");
@@ -78,7 +78,7 @@ TEST(Copy, IsMadeWhenAskedFor)
               "<3> first 1\n<7> second\n2\n");
 }
 
-TEST(Copy, IsLaidOutAsAskedFor)
+TEST(Copy, isLaidOutAsAskedFor)
 {
     const auto laidOut = [](const char* format)
     {
@@ -91,7 +91,7 @@ TEST(Copy, IsLaidOutAsAskedFor)
     EXPECT_EQ(laidOut("end%"), "end%\n");
 }
 
-TEST(Copy, IsMadeOnATerminal)
+TEST(Copy, isMadeOnATerminal)
 {
     int terminal = -1;
     const pid_t pid = forkpty(&terminal, nullptr, nullptr, nullptr);

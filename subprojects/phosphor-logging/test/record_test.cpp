@@ -31,7 +31,7 @@ struct Record : public testing::Test
     }
 };
 
-TEST_F(Record, HasItsFieldsInOrder)
+TEST_F(Record, hasItsFieldsInOrder)
 {
     const int number = 7;
     const std::string text = "x";
@@ -59,7 +59,7 @@ TEST_F(Record, HasItsFieldsInOrder)
     EXPECT_EQ(valueOf(record, "COUNT"), "7");
 }
 
-TEST_F(Record, IsOnePerCall)
+TEST_F(Record, isOnePerCall)
 {
     lg2::info("one");
     lg2::info("two");
@@ -68,7 +68,7 @@ TEST_F(Record, IsOnePerCall)
     EXPECT_TRUE(taken().empty());
 }
 
-TEST_F(Record, HasThePriorityOfItsLevel)
+TEST_F(Record, hasThePriorityOfItsLevel)
 {
     lg2::emergency("m");
     lg2::alert("m");
@@ -84,26 +84,26 @@ TEST_F(Record, HasThePriorityOfItsLevel)
     }
 }
 
-TEST_F(Record, ReplacesTheFirstOfEachPlaceholder)
+TEST_F(Record, replacesTheFirstOfEachPlaceholder)
 {
     lg2::info("{A} {B} {A} {C} {", "B", 2, "A", 1, "D", 4);
     EXPECT_EQ(message(), "1 2 {A} {C} {");
 }
 
-TEST_F(Record, ReplacesAFieldGivenTwiceTwice)
+TEST_F(Record, replacesAFieldGivenTwiceTwice)
 {
     lg2::info("{A} {A} {A}", "A", 1, "A", 2);
     EXPECT_EQ(message(), "1 2 {A}");
 }
 
-TEST_F(Record, ReplacesInsideWhatItPutIn)
+TEST_F(Record, replacesInsideWhatItPutIn)
 {
     const std::string outer = "<{B}>";
     lg2::info("{A} {B}", "A", outer, "B", 2);
     EXPECT_EQ(message(), "<2> {B}");
 }
 
-TEST_F(Record, CarriesLineBreaks)
+TEST_F(Record, carriesLineBreaks)
 {
     const std::string text = "one\ntwo=2\n";
     lg2::info("{TEXT}", "TEXT", text);
@@ -112,21 +112,21 @@ TEST_F(Record, CarriesLineBreaks)
     EXPECT_EQ(valueOf(record, "MESSAGE"), text);
 }
 
-TEST_F(Record, CarriesThirtyKilobytes)
+TEST_F(Record, carriesThirtyKilobytes)
 {
     const std::string text(30000, 'x');
     lg2::info("long", "TEXT", text);
     EXPECT_EQ(valueOf(taken(), "TEXT"), text);
 }
 
-TEST_F(Record, TakesItsMessageFromAPointer)
+TEST_F(Record, takesItsMessageFromAPointer)
 {
     const char* text = "chosen {A}";
     lg2::warning(text, "A", 1);
     EXPECT_EQ(message(), "chosen 1");
 }
 
-TEST(WithoutJournal, NothingHappens)
+TEST(WithoutJournal, nothingHappens)
 {
     EXPECT_NO_THROW(lg2::error("nobody hears {A}", "A", 1));
     Journal late;

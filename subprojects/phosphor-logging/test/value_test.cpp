@@ -35,7 +35,7 @@ std::string logged(Ts&&... ts)
     return value;
 }
 
-TEST(Value, IsANumberForIntegers)
+TEST(Value, isANumberForIntegers)
 {
     EXPECT_EQ(logged(0), "0");
     EXPECT_EQ(logged(-1), "-1");
@@ -53,7 +53,7 @@ TEST(Value, IsANumberForIntegers)
     EXPECT_EQ(logged(lg2::unsigned_val, 12U), "12");
 }
 
-TEST(Value, IsHexadecimal)
+TEST(Value, isHexadecimal)
 {
     EXPECT_EQ(logged(lg2::hex, 0U), "0x0");
     EXPECT_EQ(logged(lg2::hex, 0xabcU), "0xabc");
@@ -66,7 +66,7 @@ TEST(Value, IsHexadecimal)
     EXPECT_EQ(logged(lg2::hex | lg2::field8, -2), "0xfffffffffffffffe");
 }
 
-TEST(Value, IsBinary)
+TEST(Value, isBinary)
 {
     EXPECT_EQ(logged(lg2::bin | lg2::field8, 5U), "0b00000101");
     EXPECT_EQ(logged(lg2::bin | lg2::field8, 0x1ffU), "0b11111111");
@@ -77,21 +77,21 @@ TEST(Value, IsBinary)
     EXPECT_EQ(logged(lg2::bin | lg2::field64, 0U), "0b" + std::string(64, '0'));
 }
 
-TEST(Value, IsAWordForBooleans)
+TEST(Value, isAWordForBooleans)
 {
     EXPECT_EQ(logged(true), "True");
     EXPECT_EQ(logged(false), "False");
     EXPECT_EQ(logged(lg2::str, true), "True");
 }
 
-TEST(Value, IsAFractionForFloatingPoint)
+TEST(Value, isAFractionForFloatingPoint)
 {
     EXPECT_EQ(logged(1.5), "1.500000");
     EXPECT_EQ(logged(-0.25F), "-0.250000");
     EXPECT_EQ(logged(lg2::floating, 1e10), "10000000000.000000");
 }
 
-TEST(Value, IsTextForText)
+TEST(Value, isTextForText)
 {
     char writable[] = "array";
     const char* pointer = "pointer";
@@ -105,12 +105,12 @@ TEST(Value, IsTextForText)
     EXPECT_EQ(logged(std::string()), "");
 }
 
-TEST(Value, EndsAtTheFirstNul)
+TEST(Value, endsAtTheFirstNul)
 {
     EXPECT_EQ(logged(std::string("ab\0cd", 5)), "ab");
 }
 
-TEST(Value, IsTheTextOfAnException)
+TEST(Value, isTheTextOfAnException)
 {
     const std::runtime_error error("it broke");
     const std::exception& base = error;
@@ -118,13 +118,13 @@ TEST(Value, IsTheTextOfAnException)
     EXPECT_EQ(logged(base), "it broke");
 }
 
-TEST(Value, IsAnAddressForPointers)
+TEST(Value, isAnAddressForPointers)
 {
     EXPECT_EQ(logged(reinterpret_cast<void*>(0x1234)), "0x0000000000001234");
     EXPECT_EQ(logged(nullptr), "0x0000000000000000");
 }
 
-TEST(Value, IsWhatToStringSays)
+TEST(Value, isWhatToStringSays)
 {
     EXPECT_EQ(logged(Colour::red), to_string(Colour::red));
 }

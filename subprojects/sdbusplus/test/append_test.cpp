@@ -47,7 +47,7 @@ void expectLimits(const char* signature)
     expectRoundTrip(std::numeric_limits<T>::max(), signature);
 }
 
-TEST(Append, TakesEveryBasicType)
+TEST(Append, takesEveryBasicType)
 {
     expectLimits<uint8_t>("y");
     expectLimits<int16_t>("n");
@@ -65,7 +65,7 @@ TEST(Append, TakesEveryBasicType)
     expectRoundTrip(sdbusplus::message::signature(std::string("a{sv}")), "g");
 }
 
-TEST(Append, TakesCStringsLiteralsAndViews)
+TEST(Append, takesCStringsLiteralsAndViews)
 {
     const char* pointer = "pointer";
     char array[] = "array";
@@ -82,7 +82,7 @@ TEST(Append, TakesCStringsLiteralsAndViews)
               std::make_tuple("pointer", "array", "array", "literal", "view"));
 }
 
-TEST(Append, WritesANullCStringAsEmptyText)
+TEST(Append, writesANullCStringAsEmptyText)
 {
     const char* none = nullptr;
     auto m = newMessage();
@@ -90,14 +90,14 @@ TEST(Append, WritesANullCStringAsEmptyText)
     EXPECT_EQ(sealed(std::move(m)).unpack<std::string>(), "");
 }
 
-TEST(Append, EndsAStringAtItsFirstNul)
+TEST(Append, endsAStringAtItsFirstNul)
 {
     auto m = newMessage();
     m.append(std::string("ab\0cd", 5));
     EXPECT_EQ(sealed(std::move(m)).unpack<std::string>(), "ab");
 }
 
-TEST(Append, TakesSequences)
+TEST(Append, takesSequences)
 {
     expectRoundTrip(std::vector<uint8_t>{0, 1, 255}, "ay");
     expectRoundTrip(std::vector<uint8_t>{}, "ay");
@@ -113,7 +113,7 @@ TEST(Append, TakesSequences)
     expectRoundTrip(std::set<std::string>{"a", "b"}, "as");
 }
 
-TEST(Append, TakesArraysAndSpans)
+TEST(Append, takesArraysAndSpans)
 {
     const std::array<uint8_t, 3> bytes{1, 2, 3};
     const std::array<const char*, 2> texts{"a", "b"};
@@ -134,7 +134,7 @@ TEST(Append, TakesArraysAndSpans)
     EXPECT_EQ(read, (std::vector<std::string>{"a", "b"}));
 }
 
-TEST(Append, TakesMapsOfEveryMake)
+TEST(Append, takesMapsOfEveryMake)
 {
     expectRoundTrip(std::map<std::string, uint32_t>{{"a", 1}, {"b", 2}},
                     "a{su}");
@@ -148,7 +148,7 @@ TEST(Append, TakesMapsOfEveryMake)
         "a{ss}");
 }
 
-TEST(Append, TakesNestedMaps)
+TEST(Append, takesNestedMaps)
 {
     using Services =
         boost::container::flat_map<std::string, std::vector<std::string>>;
@@ -163,7 +163,7 @@ TEST(Append, TakesNestedMaps)
         "a{sa{sv}}");
 }
 
-TEST(Append, TakesStructs)
+TEST(Append, takesStructs)
 {
     expectRoundTrip(std::tuple<int, std::string, bool>{1, "a", true}, "(isb)");
     expectRoundTrip(
@@ -173,7 +173,7 @@ TEST(Append, TakesStructs)
                     "((i)s)");
 }
 
-TEST(Append, TakesVariants)
+TEST(Append, takesVariants)
 {
     using V = std::variant<uint32_t, std::string, std::vector<uint8_t>>;
     expectRoundTrip(V(7U), "v");
@@ -183,7 +183,7 @@ TEST(Append, TakesVariants)
 
 // The signature then promises a path that the body does not have, and takes
 // nothing else until it has one.
-TEST(Append, StopsAtAPathThatIsNone)
+TEST(Append, stopsAtAPathThatIsNone)
 {
     auto m = newMessage();
     m.append(1, sdbusplus::message::object_path("no path"), 2, "text");
@@ -195,7 +195,7 @@ TEST(Append, StopsAtAPathThatIsNone)
 }
 
 // The value that is missing is the last one then.
-TEST(Append, LetsTheNextTextTakeThePlaceOfOneThatIsNone)
+TEST(Append, letsTheNextTextTakeThePlaceOfOneThatIsNone)
 {
     auto m = newMessage();
     m.append(std::string("\xff"), std::string("right"));
@@ -204,7 +204,7 @@ TEST(Append, LetsTheNextTextTakeThePlaceOfOneThatIsNone)
     EXPECT_EQ(m.unpack<std::string>(), "right");
 }
 
-TEST(Append, LeavesATextThatIsNoneOutOfAnArray)
+TEST(Append, leavesATextThatIsNoneOutOfAnArray)
 {
     auto m = newMessage();
     m.append(std::vector<std::string>{"left", "\xff", "right"}, 7);
@@ -215,7 +215,7 @@ TEST(Append, LeavesATextThatIsNoneOutOfAnArray)
     EXPECT_EQ(m.unpack<int>(), 7);
 }
 
-TEST(Append, CopiesABlockOfAMegabyte)
+TEST(Append, copiesABlockOfAMegabyte)
 {
     const std::vector<uint8_t> block(1U << 20U, 0x5a);
     expectRoundTrip(block, "ay");

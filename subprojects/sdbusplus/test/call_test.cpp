@@ -50,7 +50,7 @@ struct Call : public testing::Test
     }
 };
 
-TEST_F(Call, ReturnsTheReply)
+TEST_F(Call, returnsTheReply)
 {
     const Peer peer(sharedDaemon(), echoText);
     auto m = callTo(peer.name());
@@ -62,7 +62,7 @@ TEST_F(Call, ReturnsTheReply)
     EXPECT_EQ(reply.unpack<std::string>(), "hello");
 }
 
-TEST_F(Call, TakesATimeoutInEveryForm)
+TEST_F(Call, takesATimeoutInEveryForm)
 {
     const Peer peer(sharedDaemon(), echoText);
     const auto textOf = [&](auto... timeout)
@@ -78,7 +78,7 @@ TEST_F(Call, TakesATimeoutInEveryForm)
     EXPECT_EQ(textOf(std::nullopt), "x");
 }
 
-TEST_F(Call, CarriesAMegabyteEachWay)
+TEST_F(Call, carriesAMegabyteEachWay)
 {
     const Peer peer(sharedDaemon(), echoText);
     const std::string text(1U << 20U, 'x');
@@ -87,7 +87,7 @@ TEST_F(Call, CarriesAMegabyteEachWay)
     EXPECT_EQ(bus.call(m).unpack<std::string>(), text);
 }
 
-TEST_F(Call, ThrowsForAnErrorReply)
+TEST_F(Call, throwsForAnErrorReply)
 {
     const Peer peer(sharedDaemon(),
                     [](sd_bus_message* call)
@@ -104,7 +104,7 @@ TEST_F(Call, ThrowsForAnErrorReply)
                 "com.example.Error.Broken", "it broke");
 }
 
-TEST_F(Call, ThrowsForAnErrorReplyWithoutText)
+TEST_F(Call, throwsForAnErrorReplyWithoutText)
 {
     const Peer peer(
         sharedDaemon(),
@@ -128,7 +128,7 @@ TEST_F(Call, ThrowsForAnErrorReplyWithoutText)
     }
 }
 
-TEST_F(Call, ThrowsForASilentService)
+TEST_F(Call, throwsForASilentService)
 {
     const Peer peer(sharedDaemon(), stayAway);
     auto m = callTo(peer.name());
@@ -140,7 +140,7 @@ TEST_F(Call, ThrowsForASilentService)
                 "Connection timed out");
 }
 
-TEST_F(Call, ThrowsForAServiceThatLeavesInTheCall)
+TEST_F(Call, throwsForAServiceThatLeavesInTheCall)
 {
     const Peer peer(sharedDaemon(), leave);
     auto m = callTo(peer.name());
@@ -150,7 +150,7 @@ TEST_F(Call, ThrowsForAServiceThatLeavesInTheCall)
                 "replying");
 }
 
-TEST_F(Call, ThrowsForAServiceThatIsNotThere)
+TEST_F(Call, throwsForAServiceThatIsNotThere)
 {
     auto m = callTo("com.example.Nobody");
     expectError([&] { bus.call(m); }, EHOSTUNREACH, "sd_bus_call",
@@ -159,7 +159,7 @@ TEST_F(Call, ThrowsForAServiceThatIsNotThere)
                 "files");
 }
 
-TEST_F(Call, ThrowsWhenItCannotBeBuilt)
+TEST_F(Call, throwsWhenItCannotBeBuilt)
 {
     const auto refused = [&](const char* service, const char* path,
                              const char* interface, const char* method)
@@ -179,7 +179,7 @@ TEST_F(Call, ThrowsWhenItCannotBeBuilt)
     refused("a.b", nullptr, "a.b", "C");
 }
 
-TEST(CallWithoutDaemon, ThrowsForADaemonThatHasGone)
+TEST(CallWithoutDaemon, throwsForADaemonThatHasGone)
 {
     Daemon daemon;
     const BusPtr own = daemon.connect();
@@ -204,7 +204,7 @@ TEST(CallWithoutDaemon, ThrowsForADaemonThatHasGone)
 
 // The daemon ends the connection of a client whose message is not valid: text
 // from outside has to be checked before it is appended.
-TEST(CallWithBadText, LosesTheConnection)
+TEST(CallWithBadText, losesTheConnection)
 {
     const BusPtr own = sharedDaemon().connect();
     sdbusplus::bus_t bus(own.get());
@@ -217,7 +217,7 @@ TEST(CallWithBadText, LosesTheConnection)
                 "Connection reset by peer");
 }
 
-TEST(CallWithoutDaemon, IsNoBusWithoutAName)
+TEST(CallWithoutDaemon, isNoBusWithoutAName)
 {
     Daemon daemon;
     const BusPtr own = daemon.connect();

@@ -22,7 +22,7 @@ struct Connection : public testing::Test
     boost::asio::io_context io;
 };
 
-TEST_F(Connection, KnowsItsContext)
+TEST_F(Connection, knowsItsContext)
 {
     sdbusplus::asio::connection connection(io, own.get());
     EXPECT_EQ(&connection.get_io_context(), &io);
@@ -30,7 +30,7 @@ TEST_F(Connection, KnowsItsContext)
     EXPECT_EQ(connection.get_unique_name().front(), ':');
 }
 
-TEST_F(Connection, HoldsAReferenceOfItsOwn)
+TEST_F(Connection, holdsAReferenceOfItsOwn)
 {
     BusPtr given = sharedDaemon().connect();
     auto* connection = new sdbusplus::asio::connection(io, given.get());
@@ -46,7 +46,7 @@ TEST_F(Connection, HoldsAReferenceOfItsOwn)
     delete connection;
 }
 
-TEST_F(Connection, LeavesTheBusOpenBehind)
+TEST_F(Connection, leavesTheBusOpenBehind)
 {
     {
         const sdbusplus::asio::connection connection(io, own.get());
@@ -58,7 +58,7 @@ TEST_F(Connection, LeavesTheBusOpenBehind)
     EXPECT_FALSE(bus.call(m).unpack<std::string>().empty());
 }
 
-TEST_F(Connection, CallsMatchesFromTheLoop)
+TEST_F(Connection, callsMatchesFromTheLoop)
 {
     sdbusplus::asio::connection connection(io, own.get());
     std::string seen;
@@ -75,7 +75,7 @@ TEST_F(Connection, CallsMatchesFromTheLoop)
     EXPECT_EQ(seen, "now");
 }
 
-TEST_F(Connection, GoesOnAfterTheFirstSignal)
+TEST_F(Connection, goesOnAfterTheFirstSignal)
 {
     sdbusplus::asio::connection connection(io, own.get());
     const BusPtr sender = sharedDaemon().connect();
@@ -99,7 +99,7 @@ TEST_F(Connection, GoesOnAfterTheFirstSignal)
     EXPECT_EQ(count, 5);
 }
 
-TEST_F(Connection, ProcessesWhatIsQueuedInItsFirstTurn)
+TEST_F(Connection, processesWhatIsQueuedInItsFirstTurn)
 {
     const Peer peer(sharedDaemon(),
                     [](sd_bus_message* call)
@@ -123,7 +123,7 @@ TEST_F(Connection, ProcessesWhatIsQueuedInItsFirstTurn)
     EXPECT_TRUE(seen);
 }
 
-TEST_F(Connection, KeepsTheLoopRunningWhileItLives)
+TEST_F(Connection, keepsTheLoopRunningWhileItLives)
 {
     sdbusplus::asio::connection connection(io, own.get());
     while (io.poll() != 0)
@@ -133,7 +133,7 @@ TEST_F(Connection, KeepsTheLoopRunningWhileItLives)
     EXPECT_FALSE(io.stopped());
 }
 
-TEST_F(Connection, LetsALoopEndThatOutlivesIt)
+TEST_F(Connection, letsALoopEndThatOutlivesIt)
 {
     {
         sdbusplus::asio::connection connection(io, own.get());
@@ -145,7 +145,7 @@ TEST_F(Connection, LetsALoopEndThatOutlivesIt)
     EXPECT_TRUE(io.stopped());
 }
 
-TEST_F(Connection, LosesItsDaemonInTheLoop)
+TEST_F(Connection, losesItsDaemonInTheLoop)
 {
     Daemon daemon;
     const BusPtr bus = daemon.connect();
@@ -156,7 +156,7 @@ TEST_F(Connection, LosesItsDaemonInTheLoop)
                 "Connection reset by peer");
 }
 
-TEST_F(Connection, CannotBeMadeOfNoBus)
+TEST_F(Connection, cannotBeMadeOfNoBus)
 {
     EXPECT_THROW(sdbusplus::asio::connection(io, nullptr),
                  boost::system::system_error);

@@ -13,7 +13,7 @@ namespace
 
 using sdbusplus::exception::SdBusError;
 
-TEST(SdBusError, TellsAnErrnoInTermsOfDBus)
+TEST(SdBusError, tellsAnErrnoInTermsOfDBus)
 {
     const SdBusError e(EINVAL, "sd_bus_do");
     EXPECT_STREQ(e.what(), "sd_bus_do: "
@@ -24,7 +24,7 @@ TEST(SdBusError, TellsAnErrnoInTermsOfDBus)
     EXPECT_EQ(e.get_errno(), EINVAL);
 }
 
-TEST(SdBusError, TakesItsPrefixAsAStringToo)
+TEST(SdBusError, takesItsPrefixAsAStringToo)
 {
     const SdBusError e(EBUSY, std::string("some step"));
     EXPECT_STREQ(e.what(),
@@ -32,7 +32,7 @@ TEST(SdBusError, TakesItsPrefixAsAStringToo)
     EXPECT_EQ(e.get_errno(), EBUSY);
 }
 
-TEST(SdBusError, RefusesZero)
+TEST(SdBusError, refusesZero)
 {
     try
     {
@@ -45,7 +45,7 @@ TEST(SdBusError, RefusesZero)
     }
 }
 
-TEST(SdBusError, TakesAnErrorOver)
+TEST(SdBusError, takesAnErrorOver)
 {
     sd_bus_error error{};
     sd_bus_error_set(&error, "com.example.Error.Broken", "it broke");
@@ -58,7 +58,7 @@ TEST(SdBusError, TakesAnErrorOver)
     EXPECT_EQ(e.get_errno(), EIO);
 }
 
-TEST(SdBusError, LeavesOutTheTextThatIsMissing)
+TEST(SdBusError, leavesOutTheTextThatIsMissing)
 {
     sd_bus_error error{};
     sd_bus_error_set(&error, "com.example.Error.Broken", nullptr);
@@ -68,7 +68,7 @@ TEST(SdBusError, LeavesOutTheTextThatIsMissing)
     EXPECT_EQ(e.description(), nullptr);
 }
 
-TEST(SdBusError, LeavesOutAnErrorThatIsNotSet)
+TEST(SdBusError, leavesOutAnErrorThatIsNotSet)
 {
     sd_bus_error error{};
     const SdBusError e(&error, "sd_bus_do");
@@ -77,7 +77,7 @@ TEST(SdBusError, LeavesOutAnErrorThatIsNotSet)
     EXPECT_EQ(e.get_errno(), 0);
 }
 
-TEST(SdBusError, MovesByConstruction)
+TEST(SdBusError, movesByConstruction)
 {
     SdBusError from(EINVAL, "one");
     const SdBusError to(std::move(from));
@@ -89,7 +89,7 @@ TEST(SdBusError, MovesByConstruction)
     EXPECT_EQ(from.name(), nullptr);
 }
 
-TEST(SdBusError, MovesByAssignment)
+TEST(SdBusError, movesByAssignment)
 {
     sd_bus_error error{};
     sd_bus_error_set(&error, "com.example.Error.Broken", "it broke");
@@ -100,7 +100,7 @@ TEST(SdBusError, MovesByAssignment)
     EXPECT_EQ(to.get_errno(), EIO);
 }
 
-TEST(SdBusError, IsCaughtAsEachOfItsBases)
+TEST(SdBusError, isCaughtAsEachOfItsBases)
 {
     const auto raise = [] { throw SdBusError(EINVAL, "sd_bus_do"); };
     EXPECT_THROW(raise(), std::exception);

@@ -58,7 +58,7 @@ struct Match : public testing::Test
 
 using MatchDeathTest = Match;
 
-TEST_F(Match, KeepsSignalsOfABlockingCallForProcess)
+TEST_F(Match, keepsSignalsOfABlockingCallForProcess)
 {
     const Peer peer(sharedDaemon(), signalThenReply);
     const sdbusplus::bus::match_t match(bus, happened, recorder());
@@ -68,7 +68,7 @@ TEST_F(Match, KeepsSignalsOfABlockingCallForProcess)
     EXPECT_EQ(seen, (std::vector<std::string>{"first", "second"}));
 }
 
-TEST_F(Match, ReachesEveryMatchOfASignal)
+TEST_F(Match, reachesEveryMatchOfASignal)
 {
     const Peer peer(sharedDaemon(), signalThenReply);
     const sdbusplus::bus::match_t one(bus, happened, recorder());
@@ -78,7 +78,7 @@ TEST_F(Match, ReachesEveryMatchOfASignal)
     EXPECT_EQ(seen.size(), 4U);
 }
 
-TEST_F(Match, FollowsTheObjectThatItIsMovedInto)
+TEST_F(Match, followsTheObjectThatItIsMovedInto)
 {
     const Peer peer(sharedDaemon(), signalThenReply);
     std::vector<sdbusplus::bus::match_t> matches;
@@ -91,7 +91,7 @@ TEST_F(Match, FollowsTheObjectThatItIsMovedInto)
     EXPECT_EQ(seen.size(), 2U);
 }
 
-TEST_F(Match, EndsWithItsObject)
+TEST_F(Match, endsWithItsObject)
 {
     const Peer peer(sharedDaemon(), signalThenReply);
     {
@@ -102,7 +102,7 @@ TEST_F(Match, EndsWithItsObject)
     EXPECT_TRUE(seen.empty());
 }
 
-TEST_F(Match, PassesOverOtherSignals)
+TEST_F(Match, passesOverOtherSignals)
 {
     const Peer peer(sharedDaemon(), signalThenReply);
     const sdbusplus::bus::match_t match(
@@ -112,7 +112,7 @@ TEST_F(Match, PassesOverOtherSignals)
     EXPECT_TRUE(seen.empty());
 }
 
-TEST_F(Match, RefusesARuleThatIsNone)
+TEST_F(Match, refusesARuleThatIsNone)
 {
     expectError([&] { sdbusplus::bus::match_t(bus, "no rule", recorder()); },
                 EINVAL, "sd_bus_match",
@@ -120,7 +120,7 @@ TEST_F(Match, RefusesARuleThatIsNone)
 }
 
 // The callback is called from C, where an exception has no way to go.
-TEST_F(MatchDeathTest, EndsTheProgramOnAnExceptionOfTheCallback)
+TEST_F(MatchDeathTest, endsTheProgramOnAnExceptionOfTheCallback)
 {
     // A bus does not work on in a forked child, so start the program anew.
     testing::FLAGS_gtest_death_test_style = "threadsafe";

@@ -19,7 +19,7 @@ MessagePtr errorReplyTo(message_t& call, const char* name, const char* text)
     return MessagePtr(reply);
 }
 
-TEST(Message, TellsItsAddress)
+TEST(Message, tellsItsAddress)
 {
     auto m = newMessage();
     EXPECT_STREQ(m.get_destination(), "com.example");
@@ -30,7 +30,7 @@ TEST(Message, TellsItsAddress)
     EXPECT_STREQ(m.get_signature(), "");
 }
 
-TEST(Message, TellsWhatItIs)
+TEST(Message, tellsWhatItIs)
 {
     auto m = newMessage();
     EXPECT_TRUE(m.is_method_call("com.example.Test", "Do"));
@@ -42,7 +42,7 @@ TEST(Message, TellsWhatItIs)
     EXPECT_EQ(m.get_error(), nullptr);
 }
 
-TEST(Message, TellsTheErrorOfAnErrorReply)
+TEST(Message, tellsTheErrorOfAnErrorReply)
 {
     auto call = sealed(newMessage());
     const auto owned =
@@ -55,14 +55,14 @@ TEST(Message, TellsTheErrorOfAnErrorReply)
     EXPECT_STREQ(reply.get_error()->message, "it broke");
 }
 
-TEST(Message, TellsTheErrnoOfAKnownErrorName)
+TEST(Message, tellsTheErrnoOfAKnownErrorName)
 {
     auto call = sealed(newMessage());
     const auto owned = errorReplyTo(call, SD_BUS_ERROR_ACCESS_DENIED, nullptr);
     EXPECT_EQ(message_t(owned.get()).get_errno(), EACCES);
 }
 
-TEST(Message, SharesItsReadingPositionWithCopies)
+TEST(Message, sharesItsReadingPositionWithCopies)
 {
     auto m = messageWith("ii", 1, 2);
     message_t copy(m);
@@ -77,7 +77,7 @@ TEST(Message, SharesItsReadingPositionWithCopies)
     EXPECT_EQ(assigned.get(), m.get());
 }
 
-TEST(Message, HandsItsReferenceOver)
+TEST(Message, handsItsReferenceOver)
 {
     auto m = messageWith("i", 7);
     message_t taken(m.release(), std::false_type());

@@ -12,7 +12,7 @@ namespace
 using sdbusplus::message::object_path;
 using sdbusplus::message::signature;
 
-TEST(ObjectPath, IsMadeOfTextAndTurnsBackIntoIt)
+TEST(ObjectPath, isMadeOfTextAndTurnsBackIntoIt)
 {
     const std::string text = "/com/example";
     const object_path path(text);
@@ -24,7 +24,7 @@ TEST(ObjectPath, IsMadeOfTextAndTurnsBackIntoIt)
     EXPECT_EQ(moved, text);
 }
 
-TEST(ObjectPath, ComparesWithPathsAndText)
+TEST(ObjectPath, comparesWithPathsAndText)
 {
     const object_path a("/a");
     const object_path b("/b");
@@ -38,7 +38,7 @@ TEST(ObjectPath, ComparesWithPathsAndText)
     EXPECT_TRUE(std::string("/0") < a);
 }
 
-TEST(ObjectPath, IsAKey)
+TEST(ObjectPath, isAKey)
 {
     const std::map<object_path, int> ordered{{object_path("/a"), 1}};
     EXPECT_EQ(ordered.at(object_path("/a")), 1);
@@ -49,7 +49,7 @@ TEST(ObjectPath, IsAKey)
     EXPECT_EQ(signatures.count(signature(std::string("as"))), 1U);
 }
 
-TEST(ObjectPath, GivesItsLastElement)
+TEST(ObjectPath, givesItsLastElement)
 {
     const std::map<std::string, std::string> table{
         {"/com/example/drive0", "drive0"},
@@ -70,7 +70,7 @@ TEST(ObjectPath, GivesItsLastElement)
     }
 }
 
-TEST(ObjectPath, GivesItsParent)
+TEST(ObjectPath, givesItsParent)
 {
     const std::map<std::string, std::string> table{
         {"/com/example/drive0", "/com/example"},
@@ -87,7 +87,7 @@ TEST(ObjectPath, GivesItsParent)
     }
 }
 
-TEST(ObjectPath, EscapesWhatItIsExtendedBy)
+TEST(ObjectPath, escapesWhatItIsExtendedBy)
 {
     const std::map<std::string, std::string> table{
         {"drive0", "/a/drive0"}, {"1st", "/a/1st"},           {"a_b", "/a/a_b"},
@@ -100,7 +100,7 @@ TEST(ObjectPath, EscapesWhatItIsExtendedBy)
     }
 }
 
-TEST(ObjectPath, ExtendsTheRootAndNothing)
+TEST(ObjectPath, extendsTheRootAndNothing)
 {
     EXPECT_EQ((object_path("/") / "a").str, "/a");
     object_path empty;
@@ -108,7 +108,7 @@ TEST(ObjectPath, ExtendsTheRootAndNothing)
     EXPECT_EQ(empty.str, "a");
 }
 
-TEST(ObjectPath, ReadsBackWhatItEscaped)
+TEST(ObjectPath, readsBackWhatItEscaped)
 {
     for (const std::string element : {"a.b", "_x", "10:00", "\xff\x01"})
     {

@@ -23,7 +23,7 @@ void expectRefused(sdbusplus::message_t m, const std::string& step)
     EXPECT_EQ(value, T{});
 }
 
-TEST(Read, RefusesAnotherBasicType)
+TEST(Read, refusesAnotherBasicType)
 {
     const std::string fundamental = "sd_bus_message_read_basic fundamental";
     expectRefused<uint8_t>(messageWith("i", 1), fundamental);
@@ -38,7 +38,7 @@ TEST(Read, RefusesAnotherBasicType)
     expectRefused<bool>(messageWith("i", 1), "sd_bus_message_read_basic bool");
 }
 
-TEST(Read, RefusesAnotherKindOfText)
+TEST(Read, refusesAnotherKindOfText)
 {
     const std::string text = "sd_bus_message_read_basic string";
     expectRefused<std::string>(messageWith("o", "/a"), text);
@@ -50,7 +50,7 @@ TEST(Read, RefusesAnotherKindOfText)
     expectRefused<sdbusplus::message::signature>(messageWith("s", "s"), text);
 }
 
-TEST(Read, RefusesAnotherSequence)
+TEST(Read, refusesAnotherSequence)
 {
     const std::string enter =
         "sd_bus_message_enter_container emplace_back_container";
@@ -64,7 +64,7 @@ TEST(Read, RefusesAnotherSequence)
         messageWith("a{si}", 0), enter);
 }
 
-TEST(Read, RefusesAnotherMap)
+TEST(Read, refusesAnotherMap)
 {
     const std::string enter =
         "sd_bus_message_enter_container emplace_container";
@@ -77,7 +77,7 @@ TEST(Read, RefusesAnotherMap)
     expectRefused<std::set<std::string>>(messageWith("ay", 0), enter);
 }
 
-TEST(Read, RefusesTheEndOfTheMessage)
+TEST(Read, refusesTheEndOfTheMessage)
 {
     const auto empty = messageWith("");
     expectRefused<int>(empty, "sd_bus_message_read_basic fundamental");
@@ -91,7 +91,7 @@ TEST(Read, RefusesTheEndOfTheMessage)
                                    "sd_bus_message_enter_container tuple");
 }
 
-TEST(Read, KeepsWhatCameBeforeTheRefusal)
+TEST(Read, keepsWhatCameBeforeTheRefusal)
 {
     auto m = messageWith("isi", 1, "two", 3);
     int one = 0;
@@ -106,7 +106,7 @@ TEST(Read, KeepsWhatCameBeforeTheRefusal)
     EXPECT_EQ(m.unpack<int>(), 3);
 }
 
-TEST(Read, LeavesARefusedArrayInTheMessage)
+TEST(Read, leavesARefusedArrayInTheMessage)
 {
     auto m = messageWith("au", 2, 7, 8);
     std::vector<uint8_t> bytes;
@@ -114,7 +114,7 @@ TEST(Read, LeavesARefusedArrayInTheMessage)
     EXPECT_EQ(m.unpack<std::vector<uint32_t>>(), (std::vector<uint32_t>{7, 8}));
 }
 
-TEST(Read, AddsToASequence)
+TEST(Read, addsToASequence)
 {
     std::vector<uint8_t> bytes{1};
     messageWith("ay", 2, 2, 3).read(bytes);
@@ -124,7 +124,7 @@ TEST(Read, AddsToASequence)
     EXPECT_EQ(texts, (std::vector<std::string>{"a", "b"}));
 }
 
-TEST(Read, KeepsTheFirstOfEqualKeys)
+TEST(Read, keepsTheFirstOfEqualKeys)
 {
     std::map<std::string, int> ordered{{"c", 0}};
     messageWith("a{si}", 3, "a", 1, "a", 2, "c", 3).read(ordered);
@@ -136,7 +136,7 @@ TEST(Read, KeepsTheFirstOfEqualKeys)
                                                                   {"b", 1}}));
 }
 
-TEST(Read, ReplacesTextAndNumbers)
+TEST(Read, replacesTextAndNumbers)
 {
     std::string text = "old";
     int number = 9;
@@ -147,14 +147,14 @@ TEST(Read, ReplacesTextAndNumbers)
     EXPECT_FALSE(flag);
 }
 
-TEST(Read, TakesBooleans)
+TEST(Read, takesBooleans)
 {
     std::vector<bool> flags;
     messageWith("ab", 3, 1, 0, 1).read(flags);
     EXPECT_EQ(flags, (std::vector<bool>{true, false, true}));
 }
 
-TEST(Read, PointsIntoTheMessageForCStrings)
+TEST(Read, pointsIntoTheMessageForCStrings)
 {
     auto m = messageWith("ss", "one", "two");
     const char* one = nullptr;
@@ -164,7 +164,7 @@ TEST(Read, PointsIntoTheMessageForCStrings)
     EXPECT_STREQ(two, "two");
 }
 
-TEST(Read, TakesATreeOfObjects)
+TEST(Read, takesATreeOfObjects)
 {
     auto m = messageWith("a{sa{sas}}", 2, "/a", 2, "x", 2, "i", "j", "y", 0,
                          "/b", 0);
@@ -179,7 +179,7 @@ TEST(Read, TakesATreeOfObjects)
     EXPECT_TRUE(tree[1].second.empty());
 }
 
-TEST(Read, FillsATupleOfReferences)
+TEST(Read, fillsATupleOfReferences)
 {
     auto m = messageWith("(is)", 1, "two");
     int one = 0;
@@ -189,14 +189,14 @@ TEST(Read, FillsATupleOfReferences)
     EXPECT_EQ(two, "two");
 }
 
-TEST(Read, UnpacksOneValueOrSeveral)
+TEST(Read, unpacksOneValueOrSeveral)
 {
     auto m = messageWith("sib", "one", 2, 1);
     EXPECT_EQ(m.unpack<std::string>(), "one");
     EXPECT_EQ((m.unpack<int, bool>()), std::make_tuple(2, true));
 }
 
-TEST(Read, RefusesAMessageThatIsStillBeingWritten)
+TEST(Read, refusesAMessageThatIsStillBeingWritten)
 {
     auto m = newMessage();
     m.append(1);
@@ -207,7 +207,7 @@ TEST(Read, RefusesAMessageThatIsStillBeingWritten)
                 "Operation not permitted");
 }
 
-TEST(Read, RefusesNoMessage)
+TEST(Read, refusesNoMessage)
 {
     sdbusplus::message_t none;
     std::vector<std::string> texts;
@@ -216,7 +216,7 @@ TEST(Read, RefusesNoMessage)
                 "org.freedesktop.DBus.Error.InvalidArgs", "Invalid argument");
 }
 
-TEST(Read, RefusesAnotherStruct)
+TEST(Read, refusesAnotherStruct)
 {
     const std::string enter = "sd_bus_message_enter_container tuple";
     expectRefused<std::tuple<int, std::string>>(messageWith("(ii)", 1, 2),

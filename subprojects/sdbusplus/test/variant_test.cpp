@@ -13,7 +13,7 @@
 namespace
 {
 
-TEST(Variant, HoldsTheAlternativeThatWasSent)
+TEST(Variant, holdsTheAlternativeThatWasSent)
 {
     using V = std::variant<bool, uint8_t, int64_t, double, std::string,
                            sdbusplus::message::object_path,
@@ -31,7 +31,7 @@ TEST(Variant, HoldsTheAlternativeThatWasSent)
     EXPECT_EQ(read("v", "(ib)", 3, 1), V(std::make_tuple(3, true)));
 }
 
-TEST(Variant, OfAnotherTypeIsTheFirstAlternativeMadeAnew)
+TEST(Variant, ofAnotherTypeIsTheFirstAlternativeMadeAnew)
 {
     auto m = messageWith("vvi", "s", "text", "as", 1, "a", 5);
     std::variant<uint32_t> number = 9U;
@@ -45,20 +45,20 @@ TEST(Variant, OfAnotherTypeIsTheFirstAlternativeMadeAnew)
     EXPECT_EQ(behind, 5);
 }
 
-TEST(Variant, OfAnotherTypeIsAMonostateThatStandsFirst)
+TEST(Variant, ofAnotherTypeIsAMonostateThatStandsFirst)
 {
     using V = std::variant<std::monostate, std::string>;
     EXPECT_EQ(messageWith("v", "i", 1).unpack<V>(), V());
     EXPECT_EQ(messageWith("v", "s", "a").unpack<V>(), V("a"));
 }
 
-TEST(Variant, OfAnotherTypeIsNoMonostateThatStandsLater)
+TEST(Variant, ofAnotherTypeIsNoMonostateThatStandsLater)
 {
     using V = std::variant<std::string, std::monostate>;
     EXPECT_EQ(messageWith("v", "i", 1).unpack<V>(), V(""));
 }
 
-TEST(Variant, RefusesWhatIsNoVariant)
+TEST(Variant, refusesWhatIsNoVariant)
 {
     std::variant<std::string, int> value = 7;
     for (const auto* types : {"s", "o"})
@@ -72,14 +72,14 @@ TEST(Variant, RefusesWhatIsNoVariant)
 }
 
 // There is nothing to skip either, and that is no error.
-TEST(Variant, IsTheFirstAlternativeAtTheEndOfTheMessage)
+TEST(Variant, isTheFirstAlternativeAtTheEndOfTheMessage)
 {
     std::variant<std::string> value = "old";
     messageWith("").read(value);
     EXPECT_EQ(value, std::variant<std::string>(""));
 }
 
-TEST(Variant, InsideAVariant)
+TEST(Variant, insideAVariant)
 {
     using Inner = std::variant<std::monostate, int>;
     using Outer = std::variant<std::monostate, Inner>;
@@ -88,7 +88,7 @@ TEST(Variant, InsideAVariant)
     EXPECT_EQ(messageWith("v", "i", 5).unpack<Outer>(), Outer());
 }
 
-TEST(Variant, AsThePropertiesOfAnObject)
+TEST(Variant, asThePropertiesOfAnObject)
 {
     auto m = messageWith("a{sv}", 3, "Name", "s", "x", "Size", "t",
                          uint64_t{1} << 40U, "Odd", "a{ss}", 0);

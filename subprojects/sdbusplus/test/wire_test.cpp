@@ -30,7 +30,7 @@ void expectDamaged(sdbusplus::message_t m, auto value, const std::string& step)
                 "Bad message");
 }
 
-TEST(Wire, ReadsArraysOfTheOwnByteOrder)
+TEST(Wire, readsArraysOfTheOwnByteOrder)
 {
     WireWriter body(std::endian::native);
     body.u32(8).u32(1).u32(0x01020304);
@@ -39,7 +39,7 @@ TEST(Wire, ReadsArraysOfTheOwnByteOrder)
               (std::vector<uint32_t>{1, 0x01020304}));
 }
 
-TEST(Wire, ReadsArraysOfTheOtherByteOrder)
+TEST(Wire, readsArraysOfTheOtherByteOrder)
 {
     WireWriter body(otherOrder);
     body.u32(16).align(8).u64(1).u64(0x0102030405060708);
@@ -52,7 +52,7 @@ TEST(Wire, ReadsArraysOfTheOtherByteOrder)
               (std::vector<uint8_t>{1, 2, 3}));
 }
 
-TEST(Wire, ReadsMapsOfTheOtherByteOrder)
+TEST(Wire, readsMapsOfTheOtherByteOrder)
 {
     WireWriter body(otherOrder);
 
@@ -63,7 +63,7 @@ TEST(Wire, ReadsMapsOfTheOtherByteOrder)
               (std::map<std::string, uint32_t>{{"key", 7}}));
 }
 
-TEST(Wire, RefusesAnArrayThatIsLongerThanTheMessage)
+TEST(Wire, refusesAnArrayThatIsLongerThanTheMessage)
 {
     WireWriter body(std::endian::native);
     body.u32(1000).u32(1).u32(2);
@@ -75,7 +75,7 @@ TEST(Wire, RefusesAnArrayThatIsLongerThanTheMessage)
                   "sd_bus_message_read_basic fundamental");
 }
 
-TEST(Wire, RefusesAnArrayOverTheLimitOfDBus)
+TEST(Wire, refusesAnArrayOverTheLimitOfDBus)
 {
     WireWriter body(std::endian::native);
     body.u32(0x7fffffff);
@@ -84,7 +84,7 @@ TEST(Wire, RefusesAnArrayOverTheLimitOfDBus)
                   "sd_bus_message_enter_container emplace_back_container");
 }
 
-TEST(Wire, RefusesAnArrayThatEndsInsideAnElement)
+TEST(Wire, refusesAnArrayThatEndsInsideAnElement)
 {
     WireWriter body(std::endian::native);
     body.u32(6).u32(1).u32(2);
@@ -96,7 +96,7 @@ TEST(Wire, RefusesAnArrayThatEndsInsideAnElement)
                 "System.Error.EBUSY", "Device or resource busy");
 }
 
-TEST(Wire, RefusesTextThatIsLongerThanTheMessage)
+TEST(Wire, refusesTextThatIsLongerThanTheMessage)
 {
     WireWriter body(std::endian::native);
     body.u32(1000).raw({"abc\0", 4});
@@ -105,7 +105,7 @@ TEST(Wire, RefusesTextThatIsLongerThanTheMessage)
                   "sd_bus_message_read_basic string");
 }
 
-TEST(Wire, RefusesTextWithoutItsNul)
+TEST(Wire, refusesTextWithoutItsNul)
 {
     WireWriter body(std::endian::native);
     body.u32(3).raw("abcd");

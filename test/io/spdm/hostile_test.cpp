@@ -204,7 +204,7 @@ class Hostile : public ::testing::TestWithParam<const char*>
     }
 };
 
-TEST_P(Hostile, NothingUnsignedIsTakenForSigned)
+TEST_P(Hostile, nothingUnsignedIsTakenForSigned)
 {
     const char* const roots = "/run/hostile/roots";
     sim::spdm::KeyStore keys(roots);

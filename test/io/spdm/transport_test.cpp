@@ -41,7 +41,7 @@ Lines whileConnecting(uint32_t address, const std::function<void()>& body)
     return lines;
 }
 
-TEST_F(Transport, AResponseWaitsInTheSocket)
+TEST_F(Transport, aResponseWaitsInTheSocket)
 {
     std::array<uint8_t, 8> buffer{1, 1, 1, 1, 1, 1, 1, 1};
     size_t size = buffer.size();
@@ -60,7 +60,7 @@ TEST_F(Transport, AResponseWaitsInTheSocket)
     EXPECT_EQ(buffer, (std::array<uint8_t, 8>{5, 1, 2, 3}));
 }
 
-TEST_F(Transport, AResponseIsCutToTheBuffer)
+TEST_F(Transport, aResponseIsCutToTheBuffer)
 {
     std::array<uint8_t, 2> buffer{};
     size_t size = buffer.size();
@@ -75,7 +75,7 @@ TEST_F(Transport, AResponseIsCutToTheBuffer)
     EXPECT_EQ(buffer, (std::array<uint8_t, 2>{5, 1}));
 }
 
-TEST_F(Transport, TimeInMillisecondsWrapsAt16Bits)
+TEST_F(Transport, timeInMillisecondsWrapsAt16Bits)
 {
     const size_t before = callsOf("SendReceiveMctpMessagePayload").size();
     whileConnecting(echoAddress,
@@ -97,7 +97,7 @@ TEST_F(Transport, TimeInMillisecondsWrapsAt16Bits)
     }
 }
 
-TEST_F(Transport, NothingInTimeIsNoFailureOfTheReceiver)
+TEST_F(Transport, nothingInTimeIsNoFailureOfTheReceiver)
 {
     std::array<uint8_t, 4> buffer{};
     size_t size = buffer.size();
@@ -115,7 +115,7 @@ TEST_F(Transport, NothingInTimeIsNoFailureOfTheReceiver)
     EXPECT_EQ(buffer, (std::array<uint8_t, 4>{}));
 }
 
-TEST_F(Transport, ReceivingBeforeAnythingWasSent)
+TEST_F(Transport, receivingBeforeAnythingWasSent)
 {
     std::array<uint8_t, 4> buffer{};
     size_t size = buffer.size();
@@ -128,7 +128,7 @@ TEST_F(Transport, ReceivingBeforeAnythingWasSent)
     EXPECT_EQ(lines, Lines{"<3> [ERR] select failed"});
 }
 
-TEST_F(Transport, ReceivingIntoNoMemoryFails)
+TEST_F(Transport, receivingIntoNoMemoryFails)
 {
     size_t size = 4;
     void* nowhere = nullptr;
@@ -143,7 +143,7 @@ TEST_F(Transport, ReceivingIntoNoMemoryFails)
     EXPECT_EQ(lines, Lines{"<3> [ERR] recv failed"});
 }
 
-TEST_F(Transport, AnErrorReplyFailsTheSend)
+TEST_F(Transport, anErrorReplyFailsTheSend)
 {
     const Lines lines = whileConnecting(failingAddress, []
                                         { EXPECT_EQ(send(0), 0x80040000U); });
@@ -151,7 +151,7 @@ TEST_F(Transport, AnErrorReplyFailsTheSend)
                            "xyz.openbmc_project.MCTP_PCIe"});
 }
 
-TEST_F(Transport, WithoutAConnectionTheSendFails)
+TEST_F(Transport, withoutAConnectionTheSendFails)
 {
     const Lines lines = whileConnecting(echoAddress,
                                         []
@@ -165,7 +165,7 @@ TEST_F(Transport, WithoutAConnectionTheSendFails)
     EXPECT_EQ(lines, Lines{});
 }
 
-TEST(SocketPath, IsNamedAfterTheExecutable)
+TEST(SocketPath, isNamedAfterTheExecutable)
 {
     EXPECT_EQ(UdsSocket::pathFor("/usr/bin/zantric"), "/run/zantricSpdmSocket");
     EXPECT_EQ(UdsSocket::pathFor("zantric"), "/run/zantricSpdmSocket");
@@ -193,7 +193,7 @@ std::array<uint8_t, 2> echo(const UdsSocket& socket, uint8_t value)
     return received;
 }
 
-TEST(Socket, OpensOnceAndLeavesNothing)
+TEST(Socket, opensOnceAndLeavesNothing)
 {
     {
         UdsSocket socket;
@@ -207,7 +207,7 @@ TEST(Socket, OpensOnceAndLeavesNothing)
 
 // Locks belong to an open file, so that two sockets of one process are to each
 // other what those of two processes are.
-TEST(Socket, EachGetsItsOwnDatagrams)
+TEST(Socket, eachGetsItsOwnDatagrams)
 {
     UdsSocket first;
     UdsSocket second;
@@ -222,7 +222,7 @@ TEST(Socket, EachGetsItsOwnDatagrams)
     EXPECT_EQ(byte, 2);
 }
 
-TEST(Socket, TheFileIsThereUntilTheLastOfThemEnds)
+TEST(Socket, theFileIsThereUntilTheLastOfThemEnds)
 {
     UdsSocket first;
     UdsSocket second;
@@ -241,7 +241,7 @@ TEST(Socket, TheFileIsThereUntilTheLastOfThemEnds)
     EXPECT_FALSE(exists(ownLock));
 }
 
-TEST(Socket, NobodyElseCanSendIntoIt)
+TEST(Socket, nobodyElseCanSendIntoIt)
 {
     UdsSocket socket;
     ASSERT_EQ(socket.init(), 0);
@@ -258,7 +258,7 @@ TEST(Socket, NobodyElseCanSendIntoIt)
     close(stranger);
 }
 
-TEST(Socket, HasNoPlaceWithoutItsLockFile)
+TEST(Socket, hasNoPlaceWithoutItsLockFile)
 {
     ASSERT_EQ(mkdir(ownLock, 0700), 0);
     UdsSocket socket;
@@ -268,7 +268,7 @@ TEST(Socket, HasNoPlaceWithoutItsLockFile)
     EXPECT_EQ(socket.init(), 0);
 }
 
-TEST(Socket, AFailedBindLeavesNothing)
+TEST(Socket, aFailedBindLeavesNothing)
 {
     ASSERT_EQ(mkdir(ownPath, 0700), 0);
     UdsSocket socket;
@@ -278,7 +278,7 @@ TEST(Socket, AFailedBindLeavesNothing)
     ASSERT_EQ(rmdir(ownPath), 0);
 }
 
-TEST(Socket, TellsWhenItsFileIsGone)
+TEST(Socket, tellsWhenItsFileIsGone)
 {
     UdsSocket socket;
     ASSERT_EQ(socket.init(), 0);

@@ -56,7 +56,7 @@ class Chain : public testing::Test
     test::Session session;
 };
 
-TEST_F(Chain, GoodOne)
+TEST_F(Chain, goodOne)
 {
     EXPECT_TRUE(isWhole(chainOf(pki)));
 }
@@ -105,7 +105,7 @@ const Row leaves[] = {
     {"too long an identity", {.spdmExtension = longIdentity()}, false},
 };
 
-TEST_F(Chain, Leaves)
+TEST_F(Chain, leaves)
 {
     for (const Row& row : leaves)
     {
@@ -113,7 +113,7 @@ TEST_F(Chain, Leaves)
     }
 }
 
-TEST_F(Chain, HardwareIdentityIsNoAliasCertificates)
+TEST_F(Chain, hardwareIdentityIsNoAliasCertificates)
 {
     Pki made({.spdmExtension = identity});
     setConnection<uint32_t>(
@@ -123,7 +123,7 @@ TEST_F(Chain, HardwareIdentityIsNoAliasCertificates)
     EXPECT_TRUE(isWhole(chainOf(pki)));
 }
 
-TEST_F(Chain, Intermediates)
+TEST_F(Chain, intermediates)
 {
     Spec noAuthority = test::authority("middle");
     noAuthority.constraints = "critical,CA:FALSE";
@@ -140,7 +140,7 @@ TEST_F(Chain, Intermediates)
 // The library looks at two certificates at a time, an issuer and what it
 // signed, and so do 3.6.0 and 3.8.2: what an authority says about those below
 // the next counts only where the next is a leaf.
-TEST_F(Chain, AuthoritiesBindOnlyTheNext)
+TEST_F(Chain, authoritiesBindOnlyTheNext)
 {
     const char* curve = "P-384";
     Spec root = test::authority("root");
@@ -160,7 +160,7 @@ TEST_F(Chain, AuthoritiesBindOnlyTheNext)
 }
 
 // Likewise as in 3.6.0 and 3.8.2: the right to sign certificates is enough.
-TEST_F(Chain, AnAuthorityMayLackBasicConstraints)
+TEST_F(Chain, anAuthorityMayLackBasicConstraints)
 {
     Spec middle = test::authority("middle");
     middle.constraints = "";
@@ -170,7 +170,7 @@ TEST_F(Chain, AnAuthorityMayLackBasicConstraints)
 }
 
 // Likewise: with nothing below it no one looks at its dates.
-TEST_F(Chain, ACertificateThatIsAChainOfItsOwn)
+TEST_F(Chain, aCertificateThatIsAChainOfItsOwn)
 {
     const test::Key key = test::makeKey("P-384");
     Spec expired;
@@ -182,7 +182,7 @@ TEST_F(Chain, ACertificateThatIsAChainOfItsOwn)
     EXPECT_TRUE(isTrusted(test::makeChain(alone, alone)));
 }
 
-TEST_F(Chain, AnExpiredRootSignsNothing)
+TEST_F(Chain, anExpiredRootSignsNothing)
 {
     Spec root = test::authority("root");
     root.notAfter = -60;
@@ -194,12 +194,12 @@ TEST_F(Chain, AnExpiredRootSignsNothing)
     EXPECT_FALSE(isTrusted(test::makeChain(old.root, row)));
 }
 
-TEST_F(Chain, LeafOfAnotherCurve)
+TEST_F(Chain, leafOfAnotherCurve)
 {
     EXPECT_FALSE(isWhole(chainOf(Pki({}, test::authority("middle"), "P-256"))));
 }
 
-TEST_F(Chain, EachSignatureCounts)
+TEST_F(Chain, eachSignatureCounts)
 {
     for (size_t back :
          {size_t{1}, size_t{40}, pki.leaf.size() + 1, pki.leaf.size() + 40})
@@ -210,14 +210,14 @@ TEST_F(Chain, EachSignatureCounts)
     }
 }
 
-TEST_F(Chain, RootHash)
+TEST_F(Chain, rootHash)
 {
     Der chain = chainOf(pki);
     chain[4] ^= 1;
     EXPECT_FALSE(isWhole(chain));
 }
 
-TEST_F(Chain, LengthsAndTails)
+TEST_F(Chain, lengthsAndTails)
 {
     Der chain = chainOf(pki);
     Der longer = chain;
@@ -234,18 +234,18 @@ TEST_F(Chain, LengthsAndTails)
     }
 }
 
-TEST_F(Chain, OrderMatters)
+TEST_F(Chain, orderMatters)
 {
     Der row = test::join({pki.root, pki.leaf, pki.middle});
     EXPECT_FALSE(isWhole(test::makeChain(pki.root, row)));
 }
 
-TEST_F(Chain, NoRootMeansNoQuestionOfAuthority)
+TEST_F(Chain, noRootMeansNoQuestionOfAuthority)
 {
     EXPECT_TRUE(isTrusted(chainOf(pki)));
 }
 
-TEST_F(Chain, ForeignRoot)
+TEST_F(Chain, foreignRoot)
 {
     Pki other;
     ASSERT_EQ(session.addRoot(other.root), 0U);
@@ -253,7 +253,7 @@ TEST_F(Chain, ForeignRoot)
     EXPECT_TRUE(isTrusted(chainOf(other)));
 }
 
-TEST_F(Chain, TenRoots)
+TEST_F(Chain, tenRoots)
 {
     Pki other;
     for (int i = 0; i < 9; ++i)
@@ -272,7 +272,7 @@ TEST_F(Chain, TenRoots)
     EXPECT_EQ(size, pki.root.size());
 }
 
-TEST_F(Chain, MayLeaveItsRootOut)
+TEST_F(Chain, mayLeaveItsRootOut)
 {
     Der row = test::join({pki.middle, pki.leaf});
     Der chain = test::makeChain(pki.root, row);
@@ -285,7 +285,7 @@ TEST_F(Chain, MayLeaveItsRootOut)
     EXPECT_FALSE(isTrusted(test::makeChain(pki.root, stolen)));
 }
 
-TEST_F(Chain, CertificatesAreFoundByNumber)
+TEST_F(Chain, certificatesAreFoundByNumber)
 {
     Der row = pki.row();
     const uint8_t* found = nullptr;
@@ -308,7 +308,7 @@ TEST_F(Chain, CertificatesAreFoundByNumber)
     EXPECT_FALSE(find(-1));
 }
 
-TEST_F(Chain, RefusalOfTheBuiltInChecks)
+TEST_F(Chain, refusalOfTheBuiltInChecks)
 {
     Pki other;
     test::Session own(test::deviceOf(test::Settings{}));
@@ -323,7 +323,7 @@ bool refuse(void* /*context*/, uint8_t /*slot*/, size_t /*size*/,
     return false;
 }
 
-TEST_F(Chain, RefusalOfTheProgram)
+TEST_F(Chain, refusalOfTheProgram)
 {
     test::Session own(test::deviceOf(test::Settings{}));
     libspdm_register_verify_spdm_cert_chain_func(own.context(), refuse);

@@ -69,7 +69,7 @@ libspdm_return_t statusOf(const Outcome& outcome, size_t step)
     }
 }
 
-TEST(Errors, EachCodeHasItsStatusAtEachStep)
+TEST(Errors, eachCodeHasItsStatusAtEachStep)
 {
     struct Row
     {
@@ -92,7 +92,7 @@ TEST(Errors, EachCodeHasItsStatusAtEachStep)
     }
 }
 
-TEST(Errors, ResynchronisationEndsTheConnection)
+TEST(Errors, resynchronisationEndsTheConnection)
 {
     Session session(test::deviceOf(test::Settings{}),
                     at(digestStep, [](Message& answer)
@@ -103,7 +103,7 @@ TEST(Errors, ResynchronisationEndsTheConnection)
     EXPECT_EQ(state, uint32_t{LIBSPDM_CONNECTION_STATE_NOT_STARTED});
 }
 
-TEST(Busy, IsRetriedAsOftenAsWasSet)
+TEST(Busy, isRetriedAsOftenAsWasSet)
 {
     for (size_t times = 0; times <= 3; ++times)
     {
@@ -139,7 +139,7 @@ Fault notReady(size_t wanted, const Message& data, bool always = false)
     };
 }
 
-TEST(NotReady, TheAnswerIsAskedForAgain)
+TEST(NotReady, theAnswerIsAskedForAgain)
 {
     Session session(test::deviceOf(test::Settings{}),
                     notReady(digestStep, {1, 0x81, 7, 2}));
@@ -150,13 +150,13 @@ TEST(NotReady, TheAnswerIsAskedForAgain)
               (Message{5, 0x12, 0xFF, 0x81, 7}));
 }
 
-TEST(NotReady, OnlyOnce)
+TEST(NotReady, onlyOnce)
 {
     Outcome outcome = attest(notReady(digestStep, {1, 0x81, 7, 2}, true));
     EXPECT_EQ(outcome.digest, LIBSPDM_STATUS_NOT_READY_PEER);
 }
 
-TEST(NotReady, ItsDataIsChecked)
+TEST(NotReady, itsDataIsChecked)
 {
     for (const Message& data : {Message{1, 0x82, 7, 2}, Message{32, 0x81, 7, 2},
                                 Message{1, 0x81, 7, 1}})
@@ -170,7 +170,7 @@ TEST(NotReady, ItsDataIsChecked)
         LIBSPDM_STATUS_INVALID_MSG_SIZE);
 }
 
-TEST(NotReady, IsNoAnswerInTheNegotiation)
+TEST(NotReady, isNoAnswerInTheNegotiation)
 {
     EXPECT_EQ(attest(notReady(versionStep, {1, 0x84, 7, 2})).connect,
               LIBSPDM_STATUS_ERROR_PEER);
@@ -178,7 +178,7 @@ TEST(NotReady, IsNoAnswerInTheNegotiation)
               LIBSPDM_STATUS_NOT_READY_PEER);
 }
 
-TEST(NotReady, AFailedSecondRequestIsTold)
+TEST(NotReady, aFailedSecondRequestIsTold)
 {
     Fault first = notReady(digestStep, {1, 0x81, 7, 2});
     Outcome outcome = attest(
@@ -191,7 +191,7 @@ TEST(NotReady, AFailedSecondRequestIsTold)
     EXPECT_EQ(outcome.digest, LIBSPDM_STATUS_SEND_FAIL);
 }
 
-TEST(Device, FailuresAreTold)
+TEST(Device, failuresAreTold)
 {
     struct Row
     {
@@ -212,7 +212,7 @@ TEST(Device, FailuresAreTold)
     }
 }
 
-TEST(Device, SilenceIsNoAnswer)
+TEST(Device, silenceIsNoAnswer)
 {
     for (size_t step = 0; step <= blockStep; ++step)
     {
@@ -232,7 +232,7 @@ TEST(Device, SilenceIsNoAnswer)
     }
 }
 
-TEST(Answers, ShortOnesAreRefused)
+TEST(Answers, shortOnesAreRefused)
 {
     for (size_t step = 0; step <= blockStep; ++step)
     {
@@ -251,7 +251,7 @@ TEST(Answers, ShortOnesAreRefused)
     }
 }
 
-TEST(Answers, WhatFollowsThemIsNotLookedAt)
+TEST(Answers, whatFollowsThemIsNotLookedAt)
 {
     for (size_t step = 0; step <= blockStep; ++step)
     {
@@ -262,7 +262,7 @@ TEST(Answers, WhatFollowsThemIsNotLookedAt)
     }
 }
 
-TEST(Answers, MessageTypesOfOthersAreRefused)
+TEST(Answers, messageTypesOfOthersAreRefused)
 {
     auto type = [](uint8_t value) {
         return at(versionStep, [value](Message& answer) { answer[0] = value; });
@@ -271,7 +271,7 @@ TEST(Answers, MessageTypesOfOthersAreRefused)
     EXPECT_EQ(attest(type(6)).connect, LIBSPDM_STATUS_RECEIVE_FAIL);
 }
 
-TEST(Fields, WrongOnesHaveTheirStatus)
+TEST(Fields, wrongOnesHaveTheirStatus)
 {
     struct Row
     {
@@ -319,7 +319,7 @@ TEST(Fields, WrongOnesHaveTheirStatus)
     }
 }
 
-TEST(Signatures, EveryByteCounts)
+TEST(Signatures, everyByteCounts)
 {
     for (size_t back = 1; back <= 96; ++back)
     {
@@ -333,7 +333,7 @@ TEST(Signatures, EveryByteCounts)
     }
 }
 
-TEST(Signatures, AreOverWhatWasSaidBefore)
+TEST(Signatures, areOverWhatWasSaidBefore)
 {
     // A digest that is not the chain's matters when the challenge is signed.
     Outcome outcome =
@@ -342,7 +342,7 @@ TEST(Signatures, AreOverWhatWasSaidBefore)
     EXPECT_EQ(outcome.challenge, LIBSPDM_STATUS_VERIF_FAIL);
 }
 
-TEST(Signatures, RequesterContextIsReturned)
+TEST(Signatures, requesterContextIsReturned)
 {
     Outcome outcome = attest(at(challengeStep, [](Message& answer)
                                 { answer.at(answer.size() - 97) ^= 1; }),
@@ -350,13 +350,13 @@ TEST(Signatures, RequesterContextIsReturned)
     EXPECT_EQ(outcome.challenge, LIBSPDM_STATUS_INVALID_MSG_FIELD);
 }
 
-TEST(Signatures, UnsignedPeersAreNotAskedForThem)
+TEST(Signatures, unsignedPeersAreNotAskedForThem)
 {
     Outcome outcome = attest({}, {.isSigning = false});
     EXPECT_EQ(outcome.blocks.at(0), LIBSPDM_STATUS_INVALID_PARAMETER);
 }
 
-TEST(Chunks, ThatDoNotFitAreRefused)
+TEST(Chunks, thatDoNotFitAreRefused)
 {
     struct Row
     {
@@ -386,7 +386,7 @@ TEST(Chunks, ThatDoNotFitAreRefused)
     }
 }
 
-TEST(Chunks, WithoutTheCapabilityAnnouncementsAreErrors)
+TEST(Chunks, withoutTheCapabilityAnnouncementsAreErrors)
 {
     Outcome outcome = attest(at(digestStep, [](Message& answer)
                                 { answer = error(answer[1], 0x0F, {3}); }));
@@ -397,7 +397,7 @@ TEST(Chunks, WithoutTheCapabilityAnnouncementsAreErrors)
     EXPECT_EQ(outcome.digest, LIBSPDM_STATUS_UNSUPPORTED_CAP);
 }
 
-TEST(Chunks, NoneInsideChunks)
+TEST(Chunks, noneInsideChunks)
 {
     // A peer that announces a large response for each chunk is not followed.
     auto count = std::make_shared<size_t>(0);
@@ -416,7 +416,7 @@ TEST(Chunks, NoneInsideChunks)
     EXPECT_EQ(*count, 2U);
 }
 
-TEST(Loops, AChainOfSingleBytesEndsWithTheBuffer)
+TEST(Loops, aChainOfSingleBytesEndsWithTheBuffer)
 {
     auto count = std::make_shared<size_t>(0);
     Outcome outcome = attest(

@@ -27,7 +27,7 @@ class Flow : public testing::TestWithParam<uint8_t>
 {
 };
 
-TEST_P(Flow, SignedBlocksOfOneSlot)
+TEST_P(Flow, signedBlocksOfOneSlot)
 {
     Session session(deviceOf(test::Settings{.version = GetParam()}));
     test::Message root = test::trustedRoot();
@@ -44,7 +44,7 @@ TEST_P(Flow, SignedBlocksOfOneSlot)
     EXPECT_EQ(session.acquired, 0);
 }
 
-TEST_P(Flow, EveryResponseFindsTheSameRoom)
+TEST_P(Flow, everyResponseFindsTheSameRoom)
 {
     Session session(deviceOf(test::Settings{.version = GetParam()}));
     session.attest();
@@ -54,7 +54,7 @@ TEST_P(Flow, EveryResponseFindsTheSameRoom)
     }
 }
 
-TEST_P(Flow, TimeoutsAreRoundTripAndThePeersTime)
+TEST_P(Flow, timeoutsAreRoundTripAndThePeersTime)
 {
     Session session(deviceOf(test::Settings{.version = GetParam()}));
     session.attest();
@@ -64,14 +64,14 @@ TEST_P(Flow, TimeoutsAreRoundTripAndThePeersTime)
     }
 }
 
-TEST_P(Flow, LengthThatIsToldChangesNothing)
+TEST_P(Flow, lengthThatIsToldChangesNothing)
 {
     Session session(deviceOf(test::Settings{.version = GetParam()}), {},
                     {.tellsLength = true});
     expectSuccess(session.attest(), 3);
 }
 
-TEST_P(Flow, UnsignedBlocks)
+TEST_P(Flow, unsignedBlocks)
 {
     Session session(
         deviceOf(test::Settings{.version = GetParam(), .isSigning = false}), {},
@@ -79,7 +79,7 @@ TEST_P(Flow, UnsignedBlocks)
     expectSuccess(session.attest(), 3);
 }
 
-TEST_P(Flow, RecordIsTheBlock)
+TEST_P(Flow, recordIsTheBlock)
 {
     Session session(deviceOf(
         test::Settings{.version = GetParam(), .blocks = 2, .valueSize = 5}));
@@ -87,7 +87,7 @@ TEST_P(Flow, RecordIsTheBlock)
     EXPECT_EQ(session.attest().record, block);
 }
 
-TEST_P(Flow, RandomNoncesDiffer)
+TEST_P(Flow, randomNoncesDiffer)
 {
     Session session(deviceOf(test::Settings{.version = GetParam()}));
     session.attest();
@@ -104,7 +104,7 @@ TEST_P(Flow, RandomNoncesDiffer)
 INSTANTIATE_TEST_SUITE_P(Versions, Flow,
                          testing::Values(0x10, 0x11, 0x12, 0x13));
 
-TEST(Requests, GetCapabilitiesOf13)
+TEST(Requests, getCapabilitiesOf13)
 {
     Session session(deviceOf(test::Settings{.version = 0x13}));
     session.attest();
@@ -114,7 +114,7 @@ TEST(Requests, GetCapabilitiesOf13)
     EXPECT_EQ(session.sent.at(1), expected);
 }
 
-TEST(Requests, SizesOnTheWire)
+TEST(Requests, sizesOnTheWire)
 {
     struct Row
     {
@@ -140,7 +140,7 @@ TEST(Requests, SizesOnTheWire)
     }
 }
 
-TEST(MultiKey, ItemsOfASlotAreReadBack)
+TEST(MultiKey, itemsOfASlotAreReadBack)
 {
     Session session(deviceOf(
         test::Settings{.version = 0x13, .slots = 5, .multiKey = true}));
@@ -160,7 +160,7 @@ TEST(MultiKey, ItemsOfASlotAreReadBack)
               LIBSPDM_STATUS_INVALID_PARAMETER);
 }
 
-TEST(Chunks, LargeResponsesAreFetched)
+TEST(Chunks, largeResponsesAreFetched)
 {
     for (uint8_t version : {uint8_t{0x12}, uint8_t{0x13}})
     {
@@ -171,7 +171,7 @@ TEST(Chunks, LargeResponsesAreFetched)
     }
 }
 
-TEST(Chunks, RequestsThatAreTooLargeArePartedToo)
+TEST(Chunks, requestsThatAreTooLargeArePartedToo)
 {
     // The device takes 42 bytes, and NEGOTIATE_ALGORITHMS has 48.
     Session session(deviceOf(test::Settings{.chunk = 42}));
@@ -180,7 +180,7 @@ TEST(Chunks, RequestsThatAreTooLargeArePartedToo)
     EXPECT_EQ(session.sent[2][2], SPDM_CHUNK_SEND);
 }
 
-TEST(Chunks, RequestsInPartsMayBeRefused)
+TEST(Chunks, requestsInPartsMayBeRefused)
 {
     Session session(deviceOf(test::Settings{.chunk = 42}),
                     [](size_t step, test::Message& answer)
@@ -195,7 +195,7 @@ TEST(Chunks, RequestsInPartsMayBeRefused)
     EXPECT_EQ(session.sent.size(), 3U);
 }
 
-TEST(Buffers, AreAskedForTheirRoom)
+TEST(Buffers, areAskedForTheirRoom)
 {
     Session tight(deviceOf(test::Settings{}), {}, {.chainRoom = 1000});
     EXPECT_EQ(tight.attest().certificate, LIBSPDM_STATUS_BUFFER_FULL);
@@ -204,7 +204,7 @@ TEST(Buffers, AreAskedForTheirRoom)
     EXPECT_EQ(outcome.blocks.at(0), LIBSPDM_STATUS_BUFFER_TOO_SMALL);
 }
 
-TEST(Buffers, ReadsBeforeAConnectionFail)
+TEST(Buffers, readsBeforeAConnectionFail)
 {
     Session session(deviceOf(test::Settings{}));
     EXPECT_EQ(libspdm_get_digest(session.context(), nullptr, nullptr, nullptr),

@@ -99,7 +99,7 @@ const Message& chainOf(test::Device& device)
     return chain;
 }
 
-TEST(Mutation, NeverAcceptsAnAnswerThatWasNotSigned)
+TEST(Mutation, neverAcceptsAnAnswerThatWasNotSigned)
 {
     Mutator mutator;
     size_t refused = 0;

@@ -12,7 +12,7 @@ namespace
 using spdm::Reader;
 using spdm::Writer;
 
-TEST(Wire, NumbersAreLittleEndian)
+TEST(Wire, numbersAreLittleEndian)
 {
     std::array<uint8_t, 16> area{};
     Writer writer(area);
@@ -27,7 +27,7 @@ TEST(Wire, NumbersAreLittleEndian)
     EXPECT_EQ(reader.left(), 0U);
 }
 
-TEST(Wire, NothingIsReadPastTheEnd)
+TEST(Wire, nothingIsReadPastTheEnd)
 {
     const std::array<uint8_t, 3> three{1, 2, 3};
     Reader reader{spdm::Bytes(three)};
@@ -37,7 +37,7 @@ TEST(Wire, NothingIsReadPastTheEnd)
     EXPECT_TRUE(reader.take(1).empty());
 }
 
-TEST(Wire, NothingIsWrittenPastTheEnd)
+TEST(Wire, nothingIsWrittenPastTheEnd)
 {
     std::array<uint8_t, 4> area{9, 9, 9, 9};
     Writer writer(std::span<uint8_t>(area).first(3));
@@ -48,7 +48,7 @@ TEST(Wire, NothingIsWrittenPastTheEnd)
     EXPECT_EQ(area[3], 9);
 }
 
-TEST(Transport, PutsTheTypeInFront)
+TEST(Transport, putsTheTypeInFront)
 {
     std::array<uint8_t, 8> area{0, 0, 0, 0x12, 0x81, 0, 0, 0};
     void* message = area.data();
@@ -69,7 +69,7 @@ TEST(Transport, PutsTheTypeInFront)
               LIBSPDM_STATUS_UNSUPPORTED_CAP);
 }
 
-TEST(Transport, FindsTheMessageBehindTheType)
+TEST(Transport, findsTheMessageBehindTheType)
 {
     struct Row
     {
@@ -102,7 +102,7 @@ TEST(Transport, FindsTheMessageBehindTheType)
     }
 }
 
-TEST(Capabilities, FlagsGoTogether)
+TEST(Capabilities, flagsGoTogether)
 {
     struct Row
     {
@@ -158,7 +158,7 @@ class Opaque : public testing::Test
     }
 };
 
-TEST_F(Opaque, Format1)
+TEST_F(Opaque, format1)
 {
     EXPECT_TRUE(isFine({1, 0, 0, 0, 0, 0, 4, 0, 1, 2, 3, 4}));
     EXPECT_TRUE(isFine({2, 0, 0, 0, 0, 0, 0, 0, 3, 2, 8, 8, 2, 0, 1, 1}));
@@ -172,13 +172,13 @@ TEST_F(Opaque, Format1)
     EXPECT_FALSE(isFine({2, 0, 0, 0, 0, 0, 0, 0})) << "one of two";
 }
 
-TEST_F(Opaque, OtherFormatsAreNotLookedInto)
+TEST_F(Opaque, otherFormatsAreNotLookedInto)
 {
     EXPECT_TRUE(isFine({0xFF, 0xFF}, 1));
     EXPECT_TRUE(isFine({0xFF, 0xFF}, 0));
 }
 
-TEST(Sizes, OfAlgorithms)
+TEST(Sizes, ofAlgorithms)
 {
     EXPECT_EQ(libspdm_get_hash_size(0), 0U);
     EXPECT_EQ(libspdm_get_hash_size(1), 32U);
@@ -193,7 +193,7 @@ TEST(Sizes, OfAlgorithms)
     EXPECT_EQ(libspdm_get_asym_signature_size(1), 0U);
 }
 
-TEST(Hash, OfNothing)
+TEST(Hash, ofNothing)
 {
     std::array<uint8_t, 64> hash{};
     EXPECT_TRUE(libspdm_hash_all(1, "", 0, hash.data()));
@@ -234,7 +234,7 @@ class Settings : public testing::Test
     std::vector<uint8_t> memory;
 };
 
-TEST_F(Settings, ItemsHaveTheirSizeAndPlace)
+TEST_F(Settings, itemsHaveTheirSizeAndPlace)
 {
     constexpr auto local = LIBSPDM_DATA_LOCATION_LOCAL;
     constexpr auto connection = LIBSPDM_DATA_LOCATION_CONNECTION;
@@ -248,7 +248,7 @@ TEST_F(Settings, ItemsHaveTheirSizeAndPlace)
     EXPECT_EQ(set(LIBSPDM_DATA_MAX, 1, local), 0x80010001);
 }
 
-TEST_F(Settings, ReadsTellTheSize)
+TEST_F(Settings, readsTellTheSize)
 {
     size_t size = 2;
     EXPECT_EQ(
@@ -265,7 +265,7 @@ TEST_F(Settings, ReadsTellTheSize)
     EXPECT_EQ(size, 4U);
 }
 
-TEST_F(Settings, NumbersOfItemsAreThoseOfRelease36)
+TEST_F(Settings, numbersOfItemsAreThoseOfRelease36)
 {
     EXPECT_EQ(LIBSPDM_DATA_CAPABILITY_FLAGS, 2);
     EXPECT_EQ(LIBSPDM_DATA_MEASUREMENT_HASH_ALGO, 9);

@@ -53,7 +53,7 @@ static Key keyOf(const Bytes& certificate)
     return Key(X509_get_pubkey(parse(certificate).get()));
 }
 
-TEST(Digests, AreThoseOfTheChains)
+TEST(Digests, areThoseOfTheChains)
 {
     Peer peer(R"({"slots": [{"slot": 0}, {"slot": 3, "intermediates": 2}]})");
     peer.connect(0x12);
@@ -63,7 +63,7 @@ TEST(Digests, AreThoseOfTheChains)
     EXPECT_EQ(digests, expected);
 }
 
-TEST(Digests, NameKeysInAMultiKeyConnection)
+TEST(Digests, nameKeysInAMultiKeyConnection)
 {
     Peer peer(R"({"versions": ["1.3"],
         "capabilities": {"multiKey": "negotiable"},
@@ -78,7 +78,7 @@ TEST(Digests, NameKeysInAMultiKeyConnection)
               hex("0209 0201 0600 0102"));
 }
 
-TEST(Digests, NameNoKeysOtherwise)
+TEST(Digests, nameNoKeysOtherwise)
 {
     Peer peer(R"({"versions": ["1.3"],
                   "capabilities": {"multiKey": "negotiable"}})");
@@ -86,14 +86,14 @@ TEST(Digests, NameNoKeysOtherwise)
     EXPECT_EQ(peer.getDigests().size(), 4U + 48);
 }
 
-TEST(Digests, OfADeviceWithoutSlots)
+TEST(Digests, ofADeviceWithoutSlots)
 {
     Peer peer(R"({"slots": []})");
     peer.connect(0x12);
     EXPECT_EQ(peer.getDigests(), hex("12010000"));
 }
 
-TEST(Chain, HasLengthRootHashAndCertificates)
+TEST(Chain, hasLengthRootHashAndCertificates)
 {
     Peer peer("{}");
     peer.connect(0x12);
@@ -112,7 +112,7 @@ class IntermediatesTest : public testing::TestWithParam<unsigned>
 {
 };
 
-TEST_P(IntermediatesTest, ChainLeadsToTheRoot)
+TEST_P(IntermediatesTest, chainLeadsToTheRoot)
 {
     std::string json =
         R"({"slots": [{"intermediates": )" + std::to_string(GetParam()) + "}]}";
@@ -129,7 +129,7 @@ TEST_P(IntermediatesTest, ChainLeadsToTheRoot)
 
 INSTANTIATE_TEST_SUITE_P(Count, IntermediatesTest, testing::Range(0U, 9U));
 
-TEST(Chain, OfP256)
+TEST(Chain, ofP256)
 {
     Asking asking(R"({"algorithms": {"asymmetric": ["ecdsa-p256"],
                                      "hash": ["sha-256"]}})",
@@ -152,7 +152,7 @@ class DefectTest : public testing::TestWithParam<Defect>
 {
 };
 
-TEST_P(DefectTest, Chain)
+TEST_P(DefectTest, chain)
 {
     EXPECT_EQ(verdict(R"({"slots": [{"defect": ")" +
                           std::string(GetParam().name) + "\"}]}",
@@ -179,7 +179,7 @@ static Bytes chainWith(const char* defect)
     return peer.readChain(0);
 }
 
-TEST(Defects, WrongRootHash)
+TEST(Defects, wrongRootHash)
 {
     Bytes chain = chainWith("wrong-root-hash");
     EXPECT_EQ(certificateOf(chain, 0), trustedRoot());
@@ -187,14 +187,14 @@ TEST(Defects, WrongRootHash)
               hashOf("SHA384", trustedRoot()));
 }
 
-TEST(Defects, TruncatedLeafIsTheLastCertificate)
+TEST(Defects, truncatedLeafIsTheLastCertificate)
 {
     Bytes chain = chainWith("truncated-leaf");
     EXPECT_NE(certificateOf(chain, 1), Bytes{});
     EXPECT_EQ(certificateOf(chain, 2), Bytes{});
 }
 
-TEST(Defects, ThatAreNoBadSignatureLeaveThemGood)
+TEST(Defects, thatAreNoBadSignatureLeaveThemGood)
 {
     for (const char* defect : {"none", "expired-leaf", "wrong-root-hash",
                                "leaf-is-authority", "no-signing-usage"})
@@ -211,14 +211,14 @@ TEST(Defects, ThatAreNoBadSignatureLeaveThemGood)
     }
 }
 
-TEST(Defects, ForeignRootIsTheForeignFoldersOne)
+TEST(Defects, foreignRootIsTheForeignFoldersOne)
 {
     EXPECT_EQ(
         verdict(R"({"slots": [{"defect": "foreign-root"}]})", foreignRoot()),
         0U);
 }
 
-TEST(Slots, ShareTheKeyTheyName)
+TEST(Slots, shareTheKeyTheyName)
 {
     Asking asking(R"({"slots": [{"slot": 0}, {"slot": 1},
                                 {"slot": 2, "keyPairId": 2}]})");
@@ -246,7 +246,7 @@ class PortionTest : public testing::TestWithParam<Portion>
 };
 
 // A filler makes the chain so long that every portion asked for is there.
-TEST_P(PortionTest, Answer)
+TEST_P(PortionTest, answer)
 {
     Peer peer(R"({"versions": ["1.2", "1.3"], "dataTransferSize": 512,
                   "slots": [{"leafFiller": 4000}]})");
@@ -273,7 +273,7 @@ INSTANTIATE_TEST_SUITE_P(
                     // 1.3: size only.
                     Portion{0x13, "13820001 0500 1000", "13020000 0000"}));
 
-TEST(Portions, RemainderIsWhatFollows)
+TEST(Portions, remainderIsWhatFollows)
 {
     Peer peer("{}");
     peer.connect(0x12);
@@ -284,7 +284,7 @@ TEST(Portions, RemainderIsWhatFollows)
               whole - 100 - 10);
 }
 
-TEST(Portions, NameTheCertificateModelInAMultiKeyConnection)
+TEST(Portions, nameTheCertificateModelInAMultiKeyConnection)
 {
     Peer peer(R"({"versions": ["1.3"], "capabilities": {"multiKey": "only"},
                   "slots": [{"certInfo": 2}]})");
@@ -293,7 +293,7 @@ TEST(Portions, NameTheCertificateModelInAMultiKeyConnection)
     EXPECT_EQ(peer.ask(hex("13820000 0000 0100"))[3], 2);
 }
 
-TEST(KeyPairs, AreTold)
+TEST(KeyPairs, areTold)
 {
     Peer peer(R"({"versions": ["1.3"], "capabilities": {"multiKey": "only"},
                   "slots": [{"slot": 0, "keyUsage": 2},

@@ -15,7 +15,7 @@ class ChallengeTest : public testing::TestWithParam<uint8_t>
 {
 };
 
-TEST_P(ChallengeTest, SignsTheConversation)
+TEST_P(ChallengeTest, signsTheConversation)
 {
     Asking asking(device, GetParam());
     EXPECT_EQ(asking.digests(), 0U);
@@ -34,7 +34,7 @@ TEST_P(ChallengeTest, SignsTheConversation)
               Bytes(request.end() - static_cast<long>(context), request.end()));
 }
 
-TEST_P(ChallengeTest, NextOneCoversWhatCameSince)
+TEST_P(ChallengeTest, nextOneCoversWhatCameSince)
 {
     Asking asking(device, GetParam());
     EXPECT_EQ(asking.digests(), 0U);
@@ -45,7 +45,7 @@ TEST_P(ChallengeTest, NextOneCoversWhatCameSince)
     EXPECT_EQ(asking.challenge(2, 0xff), 0U);
 }
 
-TEST_P(ChallengeTest, MeasurementsBeforeItDropTheCertificates)
+TEST_P(ChallengeTest, measurementsBeforeItDropTheCertificates)
 {
     Asking asking(device, GetParam());
     EXPECT_EQ(asking.digests(), 0U);
@@ -58,7 +58,7 @@ TEST_P(ChallengeTest, MeasurementsBeforeItDropTheCertificates)
     EXPECT_EQ(asking.challenge(2), 0U);
 }
 
-TEST_P(ChallengeTest, DigestsBeginTheCertificatesAnew)
+TEST_P(ChallengeTest, digestsBeginTheCertificatesAnew)
 {
     Asking asking(device, GetParam());
     EXPECT_EQ(asking.readChain(0), 0U);
@@ -70,7 +70,7 @@ TEST_P(ChallengeTest, DigestsBeginTheCertificatesAnew)
 INSTANTIATE_TEST_SUITE_P(Versions, ChallengeTest,
                          testing::Values(0x10, 0x11, 0x12, 0x13));
 
-TEST(Challenge, CoversTheRequestAsSent)
+TEST(Challenge, coversTheRequestAsSent)
 {
     Asking asking(device, 0x12);
     EXPECT_EQ(asking.readChain(0), 0U);
@@ -78,7 +78,7 @@ TEST(Challenge, CoversTheRequestAsSent)
     EXPECT_EQ(asking.challenge(0), LIBSPDM_STATUS_VERIF_FAIL);
 }
 
-TEST(Challenge, NoncesDiffer)
+TEST(Challenge, noncesDiffer)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -94,7 +94,7 @@ static Bytes summaryOf(const Bytes& answer)
     return {answer.begin() + 84, answer.begin() + 132};
 }
 
-TEST(Summary, OfAllBlocksAndOfTheTrustedBase)
+TEST(Summary, ofAllBlocksAndOfTheTrustedBase)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -104,14 +104,14 @@ TEST(Summary, OfAllBlocksAndOfTheTrustedBase)
     EXPECT_EQ(summaryOf(peer.challenge(0, 0x01)), hashOf("SHA384", firmware));
 }
 
-TEST(Summary, WithoutATrustedBaseIsZero)
+TEST(Summary, withoutATrustedBaseIsZero)
 {
     Peer peer(R"({"measurements": [{"index": 1, "trustedBase": false}]})");
     peer.connect(0x12);
     EXPECT_EQ(summaryOf(peer.challenge(0, 0x01)), Bytes(48));
 }
 
-TEST(Summary, NeedsMeasurements)
+TEST(Summary, needsMeasurements)
 {
     Peer peer(R"({"capabilities": {"measurements": "none"}})");
     peer.connect(0x12);
@@ -119,7 +119,7 @@ TEST(Summary, NeedsMeasurements)
     EXPECT_EQ(peer.challenge(0, 0x00)[1], 0x03);
 }
 
-TEST(Opaque, DataIsSentAndSigned)
+TEST(Opaque, dataIsSentAndSigned)
 {
     Asking asking(R"({"challengeOpaque": "0100000000000400aabbccdd"})", 0x12);
     EXPECT_EQ(asking.readChain(0), 0U);
@@ -129,7 +129,7 @@ TEST(Opaque, DataIsSentAndSigned)
               hex("0c00 0100000000000400aabbccdd"));
 }
 
-TEST(Opaque, DataNeedsAnAgreedFormat)
+TEST(Opaque, dataNeedsAnAgreedFormat)
 {
     Peer peer(R"({"challengeOpaque": "0100000000000400aabbccdd"})");
     peer.otherParams = 0;
@@ -138,7 +138,7 @@ TEST(Opaque, DataNeedsAnAgreedFormat)
     EXPECT_EQ(answer.size(), 4U + 48 + 32 + 2 + 96);
 }
 
-TEST(Challenge, Refusals)
+TEST(Challenge, refusals)
 {
     Peer peer(device);
     peer.connect(0x13);
@@ -151,7 +151,7 @@ TEST(Challenge, Refusals)
     EXPECT_EQ(peer.ask(join({peer.header(0x83), Bytes(31)})), hex("127f0100"));
 }
 
-TEST(Challenge, NeedsAKeyForIt)
+TEST(Challenge, needsAKeyForIt)
 {
     Asking asking(R"({"versions": ["1.3"], "capabilities": {"multiKey": "only"},
                       "slots": [{"slot": 0, "keyUsage": 4},

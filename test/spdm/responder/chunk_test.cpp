@@ -51,7 +51,7 @@ class ChunkTest : public testing::TestWithParam<uint32_t>
 {
 };
 
-TEST_P(ChunkTest, PiecesFillTheTransfer)
+TEST_P(ChunkTest, piecesFillTheTransfer)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -67,7 +67,7 @@ TEST_P(ChunkTest, PiecesFillTheTransfer)
     EXPECT_EQ(fetch(peer, 2, transfer).size(), 4U + 48 + 32 + 2 + 96);
 }
 
-TEST_P(ChunkTest, SignedAnswersInPieces)
+TEST_P(ChunkTest, signedAnswersInPieces)
 {
     sim::Json config = sim::Json::parse(device);
     config["transmitSize"] = GetParam();
@@ -80,14 +80,14 @@ TEST_P(ChunkTest, SignedAnswersInPieces)
 INSTANTIATE_TEST_SUITE_P(Transfers, ChunkTest,
                          testing::Values(42, 43, 64, 99, 100, 101, 4608));
 
-TEST(Chunk, ShortAnswersComeWhole)
+TEST(Chunk, shortAnswersComeWhole)
 {
     Peer peer(device);
     peer.connect(0x12);
     EXPECT_EQ(peer.getDigests().size(), 52U);
 }
 
-TEST(Chunk, GetRefusals)
+TEST(Chunk, getRefusals)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -103,7 +103,7 @@ TEST(Chunk, GetRefusals)
     EXPECT_EQ(peer.ask(hex("12860001 0100")), hex("127f0400"));
 }
 
-TEST(Chunk, WithoutThemALargeAnswerIsTooLarge)
+TEST(Chunk, withoutThemALargeAnswerIsTooLarge)
 {
     Peer peer(R"({"dataTransferSize": 64})");
     peer.connect(0x12);
@@ -112,7 +112,7 @@ TEST(Chunk, WithoutThemALargeAnswerIsTooLarge)
     EXPECT_EQ(peer.ask(hex("12860001 0000")), hex("127f0786"));
 }
 
-TEST(Chunk, OldVersionsKnowNoSizes)
+TEST(Chunk, oldVersionsKnowNoSizes)
 {
     Peer peer(device);
     peer.connect(0x11);
@@ -135,7 +135,7 @@ static Bytes send(Peer& peer, uint16_t sequence, bool last, const Bytes& piece,
     return peer.ask(request.view());
 }
 
-TEST(Chunk, RequestInPieces)
+TEST(Chunk, requestInPieces)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -150,7 +150,7 @@ TEST(Chunk, RequestInPieces)
     EXPECT_EQ(answer.size(), 6U + 52);
 }
 
-TEST(Chunk, LargeAnswerToARequestInPieces)
+TEST(Chunk, largeAnswerToARequestInPieces)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -164,7 +164,7 @@ TEST(Chunk, LargeAnswerToARequestInPieces)
     EXPECT_EQ(fetch(peer, 1, 100).size(), 4U + 48 + 32 + 2 + 96);
 }
 
-TEST(Chunk, SendRefusals)
+TEST(Chunk, sendRefusals)
 {
     const Bytes refused = hex("12050133 0000 127f0100");
     Peer peer(device);
@@ -190,7 +190,7 @@ TEST(Chunk, SendRefusals)
               refused);
 }
 
-TEST(Chunk, PiecesHoldNoChunkRequests)
+TEST(Chunk, piecesHoldNoChunkRequests)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -200,7 +200,7 @@ TEST(Chunk, PiecesHoldNoChunkRequests)
               hex("12050033 0100 127f0785"));
 }
 
-TEST(Chunk, RequestLongerThanAnnounced)
+TEST(Chunk, requestLongerThanAnnounced)
 {
     Peer peer(R"({"dataTransferSize": 64})");
     peer.connect(0x12);

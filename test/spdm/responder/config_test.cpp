@@ -13,7 +13,7 @@ static DeviceConfig parsed(const char* text)
     return parseDeviceConfig(sim::Json::parse(text));
 }
 
-TEST(Config, Defaults)
+TEST(Config, defaults)
 {
     DeviceConfig config = parsed("{}");
     EXPECT_EQ(config.versions, std::vector<uint8_t>({0x11, 0x12}));
@@ -26,7 +26,7 @@ TEST(Config, Defaults)
     EXPECT_EQ(config.maxMessageSize, 4608U);
 }
 
-TEST(Config, Sizes)
+TEST(Config, sizes)
 {
     EXPECT_EQ(parsed(R"({"dataTransferSize": 64})").maxMessageSize, 64U);
     EXPECT_EQ(parsed(R"({"dataTransferSize": 64})").transmitSize, 64U);
@@ -37,7 +37,7 @@ TEST(Config, Sizes)
     EXPECT_EQ(parsed(R"({"transmitSize": 99})").transmitSize, 99U);
 }
 
-TEST(Config, KeyPairs)
+TEST(Config, keyPairs)
 {
     const char* slots = R"({"slots": [{"slot": 2}, {"slot": 5}]})";
     EXPECT_EQ(parsed(slots).slots[1].keyPairId, 1);
@@ -46,7 +46,7 @@ TEST(Config, KeyPairs)
     EXPECT_EQ(parsed(many).slots[1].keyPairId, 6);
 }
 
-TEST(Config, ValuesOfBlocks)
+TEST(Config, valuesOfBlocks)
 {
     auto blocks = parsed(R"({"measurements": [
         {"index": 1, "value": "0a 0B"}, {"index": 2, "size": 3},
@@ -71,7 +71,7 @@ class WrongTest : public testing::TestWithParam<Wrong>
 {
 };
 
-TEST_P(WrongTest, NamesThePlace)
+TEST_P(WrongTest, namesThePlace)
 {
     try
     {
@@ -136,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{R"({"faults": [{"kind": "raw", "answer": "zz"}]})",
               "device/faults/0/answer: has what is no hexadecimal digit"}));
 
-TEST(Config, MoreBlocksThanIndices)
+TEST(Config, moreBlocksThanIndices)
 {
     sim::Json json;
     json["measurements"] = sim::Json::array();
@@ -147,14 +147,14 @@ TEST(Config, MoreBlocksThanIndices)
     EXPECT_THROW(parseDeviceConfig(json), sim::ScenarioError);
 }
 
-TEST(Config, ValueThatIsTooLong)
+TEST(Config, valueThatIsTooLong)
 {
     sim::Json json;
     json["challengeOpaque"] = std::string(size_t{2} * 0xfff1, '0');
     EXPECT_THROW(parseDeviceConfig(json), sim::ScenarioError);
 }
 
-TEST(KeyStore, SaysWhereItCannotWrite)
+TEST(KeyStore, saysWhereItCannotWrite)
 {
     EXPECT_THROW(sim::spdm::KeyStore("/proc/none"),
                  std::filesystem::filesystem_error);

@@ -15,7 +15,7 @@ static std::string with(const std::string& fault)
            fault + "]}";
 }
 
-TEST(Fault, ErrorAtItsOccurrenceOnly)
+TEST(Fault, errorAtItsOccurrenceOnly)
 {
     Peer peer(with(R"({"at": "GET_DIGESTS", "nth": 2, "kind": "error",
                        "code": 5, "data": 9})"));
@@ -25,7 +25,7 @@ TEST(Fault, ErrorAtItsOccurrenceOnly)
     EXPECT_EQ(peer.getDigests()[1], 0x01);
 }
 
-TEST(Fault, BusyAFewTimes)
+TEST(Fault, busyAFewTimes)
 {
     Asking asking(with(R"({"at": "CHALLENGE", "kind": "busy", "times": 3})"));
     EXPECT_EQ(asking.readChain(), 0U);
@@ -37,7 +37,7 @@ TEST(Fault, BusyAFewTimes)
     EXPECT_EQ(asking.challenge(), 0U);
 }
 
-TEST(Fault, ForEver)
+TEST(Fault, forEver)
 {
     Peer peer(with(R"({"at": "ANY", "nth": 5, "kind": "busy", "times": 0})"));
     peer.connect(0x12);
@@ -46,14 +46,14 @@ TEST(Fault, ForEver)
     EXPECT_EQ(peer.ask(hex("10840000")), hex("127f0300"));
 }
 
-TEST(Fault, ErrorToCapabilitiesHasItsVersion)
+TEST(Fault, errorToCapabilitiesHasItsVersion)
 {
     Peer peer(with(R"({"at": "GET_CAPABILITIES", "kind": "busy"})"));
     peer.ask(hex("10840000"));
     EXPECT_EQ(peer.ask(hex("12e10000")), hex("127f0300"));
 }
 
-TEST(Fault, BusyLeavesTheRunOfMeasurementsAndAnErrorEndsIt)
+TEST(Fault, busyLeavesTheRunOfMeasurementsAndAnErrorEndsIt)
 {
     Asking asking(with(R"({"at": "GET_MEASUREMENTS", "nth": 2, "kind": "busy"},
                           {"at": "GET_MEASUREMENTS", "nth": 5,
@@ -68,7 +68,7 @@ TEST(Fault, BusyLeavesTheRunOfMeasurementsAndAnErrorEndsIt)
     EXPECT_EQ(asking.measure(1, true), 0U);
 }
 
-TEST(Fault, NotReadyAndThenReady)
+TEST(Fault, notReadyAndThenReady)
 {
     std::vector<Bytes> answers;
     Asking asking(with(R"({"at": "CHALLENGE", "kind": "not-ready"})"), 0x12,
@@ -84,7 +84,7 @@ TEST(Fault, NotReadyAndThenReady)
     EXPECT_EQ(asking.ask(hex("12ff8301")), hex("127f0100"));
 }
 
-TEST(Fault, NotReadyTwice)
+TEST(Fault, notReadyTwice)
 {
     Peer peer(with(R"({"at": "GET_DIGESTS", "kind": "not-ready"},
                       {"at": "RESPOND_IF_READY", "kind": "not-ready"})"));
@@ -94,7 +94,7 @@ TEST(Fault, NotReadyTwice)
     EXPECT_EQ(peer.ask(hex("12ff8101"))[1], 0x01);
 }
 
-TEST(Fault, NotReadyIsAskedForRightly)
+TEST(Fault, notReadyIsAskedForRightly)
 {
     Peer peer(with(R"({"at": "GET_DIGESTS", "kind": "not-ready",
                        "times": 2})"));
@@ -110,7 +110,7 @@ TEST(Fault, NotReadyIsAskedForRightly)
     EXPECT_EQ(peer.ask(hex("12810000")), hex("127f4200 01 81 02 02"));
 }
 
-TEST(Fault, ResynchNeedsANewConversation)
+TEST(Fault, resynchNeedsANewConversation)
 {
     Asking asking(with(R"({"at": "CHALLENGE", "kind": "resynch"})"));
     EXPECT_EQ(asking.challenge(), LIBSPDM_STATUS_RESYNCH_PEER);
@@ -157,13 +157,13 @@ class SpoiledTest : public testing::TestWithParam<Spoiled>
     }
 };
 
-TEST_P(SpoiledTest, Challenge)
+TEST_P(SpoiledTest, challenge)
 {
     expectSpoiled("CHALLENGE",
                   [](test::Session& asking) { return asking.challenge(); });
 }
 
-TEST_P(SpoiledTest, Measurements)
+TEST_P(SpoiledTest, measurements)
 {
     expectSpoiled("GET_MEASUREMENTS", [](test::Session& asking)
                   { return asking.measure(1, true); });
@@ -191,7 +191,7 @@ class DamageTest : public testing::TestWithParam<Damage>
 {
 };
 
-TEST_P(DamageTest, Version)
+TEST_P(DamageTest, version)
 {
     Peer peer(with(R"({"at": "GET_VERSION", )" + std::string(GetParam().fault) +
                    "}"));
@@ -213,14 +213,14 @@ INSTANTIATE_TEST_SUITE_P(
                     Damage{R"("kind": "slow", "milliseconds": 250)",
                            "05 10040000 00 03 0011 0012 0013"}));
 
-TEST(Fault, Dead)
+TEST(Fault, dead)
 {
     Peer peer(with(R"({"at": "GET_VERSION", "kind": "dead"})"));
     EXPECT_EQ(peer.device.handle(hex("0510840000")), std::nullopt);
     EXPECT_TRUE(peer.device.handle(hex("0510840000")).has_value());
 }
 
-TEST(Fault, SlowIsToldForItsAnswerOnly)
+TEST(Fault, slowIsToldForItsAnswerOnly)
 {
     Peer peer(with(R"({"at": "GET_VERSION", "nth": 2, "kind": "slow",
                        "milliseconds": 250})"));
@@ -231,7 +231,7 @@ TEST(Fault, SlowIsToldForItsAnswerOnly)
     }
 }
 
-TEST(Fault, MutationsRepeatWithTheirSeed)
+TEST(Fault, mutationsRepeatWithTheirSeed)
 {
     auto mutated = [](int seed)
     {

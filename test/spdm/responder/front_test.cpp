@@ -54,7 +54,7 @@ class FrontTest : public testing::Test
     std::filesystem::path folder;
 };
 
-TEST_F(FrontTest, AnswersEachMessage)
+TEST_F(FrontTest, answersEachMessage)
 {
     Bytes input = hex("05000000 0510840000" // GET_VERSION
                       "01000000 07"         // no SPDM
@@ -71,14 +71,14 @@ TEST_F(FrontTest, AnswersEachMessage)
     EXPECT_TRUE(exists(folder / "keys" / "ecp384" / "ca.cert.der"));
 }
 
-TEST_F(FrontTest, EndsWithHalfAMessage)
+TEST_F(FrontTest, endsWithHalfAMessage)
 {
     EXPECT_EQ(run("{}", hex("05000000 0510")), 0);
     EXPECT_EQ(output(), Bytes{});
     EXPECT_NE(run("{}", hex("ffffffff 0510")), 0);
 }
 
-TEST_F(FrontTest, SaysWhatIsWrong)
+TEST_F(FrontTest, saysWhatIsWrong)
 {
     EXPECT_NE(run(R"({"slot": 1})", {}), 0);
     EXPECT_TRUE(errors().starts_with("spdm-device: device/slot: is none of "))

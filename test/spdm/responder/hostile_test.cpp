@@ -68,7 +68,7 @@ class HostileTest : public testing::TestWithParam<uint8_t>
     }
 };
 
-TEST_P(HostileTest, EveryLengthOfEveryRequest)
+TEST_P(HostileTest, everyLengthOfEveryRequest)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -85,7 +85,7 @@ TEST_P(HostileTest, EveryLengthOfEveryRequest)
     expectWorking(peer);
 }
 
-TEST_P(HostileTest, RandomChanges)
+TEST_P(HostileTest, randomChanges)
 {
     constexpr int rounds = 5000;
     std::mt19937 generator(GetParam());
@@ -116,7 +116,7 @@ TEST_P(HostileTest, RandomChanges)
 INSTANTIATE_TEST_SUITE_P(Versions, HostileTest,
                          testing::Values(0x10, 0x11, 0x12, 0x13));
 
-TEST(Hostile, ReadingForEverIsStopped)
+TEST(Hostile, readingForEverIsStopped)
 {
     Peer peer(R"({"slots": [{"leafFiller": 60000}],
                   "dataTransferSize": 70000})");

@@ -22,7 +22,7 @@ class MeasurementTest : public testing::TestWithParam<uint8_t>
     }
 };
 
-TEST_P(MeasurementTest, Count)
+TEST_P(MeasurementTest, count)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -32,7 +32,7 @@ TEST_P(MeasurementTest, Count)
     EXPECT_EQ(answer, join({peer.header(0x60, 3), hex("00 000000")}));
 }
 
-TEST_P(MeasurementTest, OneBlock)
+TEST_P(MeasurementTest, oneBlock)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -44,7 +44,7 @@ TEST_P(MeasurementTest, OneBlock)
     EXPECT_EQ(answer, expected);
 }
 
-TEST_P(MeasurementTest, AllBlocks)
+TEST_P(MeasurementTest, allBlocks)
 {
     Peer peer(device);
     peer.connect(GetParam());
@@ -58,7 +58,7 @@ TEST_P(MeasurementTest, AllBlocks)
     EXPECT_EQ(answer, expected);
 }
 
-TEST_P(MeasurementTest, SignatureCoversTheRunSinceTheLast)
+TEST_P(MeasurementTest, signatureCoversTheRunSinceTheLast)
 {
     uint8_t slot = GetParam() >= 0x11 ? 1 : 0;
     Asking asking(device, GetParam());
@@ -71,7 +71,7 @@ TEST_P(MeasurementTest, SignatureCoversTheRunSinceTheLast)
     EXPECT_EQ(asking.measure(0xff, true, slot), 0U);
 }
 
-TEST_P(MeasurementTest, AnyOtherRequestEndsTheRun)
+TEST_P(MeasurementTest, anyOtherRequestEndsTheRun)
 {
     Asking asking(device, GetParam());
     EXPECT_EQ(asking.readChain(0), 0U);
@@ -83,7 +83,7 @@ TEST_P(MeasurementTest, AnyOtherRequestEndsTheRun)
     EXPECT_EQ(asking.measure(1, true), 0U);
 }
 
-TEST_P(MeasurementTest, AnErrorEndsTheRun)
+TEST_P(MeasurementTest, anErrorEndsTheRun)
 {
     Asking asking(device, GetParam());
     EXPECT_EQ(asking.readChain(0), 0U);
@@ -93,7 +93,7 @@ TEST_P(MeasurementTest, AnErrorEndsTheRun)
     EXPECT_EQ(asking.measure(1, true), 0U);
 }
 
-TEST_P(MeasurementTest, BytesAfterTheRequestAreNotSigned)
+TEST_P(MeasurementTest, bytesAfterTheRequestAreNotSigned)
 {
     Asking asking(device, GetParam());
     EXPECT_EQ(asking.readChain(0), 0U);
@@ -107,7 +107,7 @@ TEST_P(MeasurementTest, BytesAfterTheRequestAreNotSigned)
 INSTANTIATE_TEST_SUITE_P(Versions, MeasurementTest,
                          testing::Values(0x10, 0x11, 0x12, 0x13));
 
-TEST(Measurement, Refusals)
+TEST(Measurement, refusals)
 {
     Peer peer(device);
     peer.connect(0x12);
@@ -119,7 +119,7 @@ TEST(Measurement, Refusals)
     EXPECT_EQ(peer.ask(hex("13e00000")), hex("137f0100"));
 }
 
-TEST(Measurement, UnsignedDeviceSignsNothing)
+TEST(Measurement, unsignedDeviceSignsNothing)
 {
     Peer peer(R"({"capabilities": {"measurements": "unsigned"},
                   "measurements": [{"index": 1, "value": "aa"}]})");
@@ -128,7 +128,7 @@ TEST(Measurement, UnsignedDeviceSignsNothing)
     EXPECT_EQ(peer.ask(join({hex("12e00101"), Bytes(33)})), hex("127f0100"));
 }
 
-TEST(Measurement, NeedsAKeyForIt)
+TEST(Measurement, needsAKeyForIt)
 {
     Asking asking(R"({"capabilities": {"multiKey": "only"},
                       "measurements": [{"index": 1, "value": "aa"}],
@@ -142,7 +142,7 @@ TEST(Measurement, NeedsAKeyForIt)
     EXPECT_EQ(asking.measure(1, true, 1), 0U);
 }
 
-TEST(Measurement, ClaimsAsConfigured)
+TEST(Measurement, claimsAsConfigured)
 {
     Peer peer(R"({"claimedBlocks": 7, "measurements":
                   [{"index": 1, "value": "aa", "claimedSize": 4090}]})");
@@ -153,7 +153,7 @@ TEST(Measurement, ClaimsAsConfigured)
     EXPECT_EQ(answer, hex("12600000 01 080000 01 01 0400 00 fa0f aa"));
 }
 
-TEST(Measurement, WithoutASpecificationAgreed)
+TEST(Measurement, withoutASpecificationAgreed)
 {
     Peer peer("{}");
     peer.ask(hex("10840000"));
@@ -163,7 +163,7 @@ TEST(Measurement, WithoutASpecificationAgreed)
     EXPECT_EQ(peer.ask(hex("12e00000")), hex("127f0400"));
 }
 
-TEST(Measurement, OpaqueDataIsSigned)
+TEST(Measurement, opaqueDataIsSigned)
 {
     Asking asking(R"({"measurementOpaque": "0100000000000400aabbccdd",
                       "measurements": [{"index": 1, "value": "aa"}]})");

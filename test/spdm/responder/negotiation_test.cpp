@@ -5,19 +5,19 @@
 namespace spdm_test
 {
 
-TEST(Version, ListsTheConfiguredOnes)
+TEST(Version, listsTheConfiguredOnes)
 {
     Peer peer(R"({"versions": ["1.0", "1.1", "1.3"]})");
     EXPECT_EQ(peer.ask(hex("10840000")), hex("10040000 00 03 0010 0011 0013"));
 }
 
-TEST(Version, IsAskedInTheOldestVersionOnly)
+TEST(Version, isAskedInTheOldestVersionOnly)
 {
     Peer peer("{}");
     EXPECT_EQ(peer.ask(hex("12840000")), hex("107f4100"));
 }
 
-TEST(Version, StartsTheConversationAnew)
+TEST(Version, startsTheConversationAnew)
 {
     Peer peer("{}");
     peer.connect(0x12);
@@ -39,7 +39,7 @@ class CapabilitiesTest : public testing::TestWithParam<Capabilities>
 {
 };
 
-TEST_P(CapabilitiesTest, Answer)
+TEST_P(CapabilitiesTest, answer)
 {
     Peer peer(GetParam().config);
     peer.ask(hex("10840000"));
@@ -130,7 +130,7 @@ class AlgorithmsTest : public testing::TestWithParam<Algorithms>
     }
 };
 
-TEST_P(AlgorithmsTest, Answer)
+TEST_P(AlgorithmsTest, answer)
 {
     Peer peer(GetParam().config);
     prepare(peer, GetParam().version);
@@ -260,7 +260,7 @@ class OrderTest : public testing::TestWithParam<OutOfOrder>
 {
 };
 
-TEST_P(OrderTest, FirstOfAll)
+TEST_P(OrderTest, firstOfAll)
 {
     Peer peer("{}");
     EXPECT_EQ(peer.ask(hex(GetParam().request)), hex(GetParam().answer));
@@ -280,7 +280,7 @@ INSTANTIATE_TEST_SUITE_P(
         OutOfOrder{"12040000", "107f0704"}, OutOfOrder{"1284", "107f0100"},
         OutOfOrder{"", "107f0100"}));
 
-TEST(Order, NegotiationDoesNotRepeat)
+TEST(Order, negotiationDoesNotRepeat)
 {
     Peer peer("{}");
     peer.connect(0x12);
@@ -288,7 +288,7 @@ TEST(Order, NegotiationDoesNotRepeat)
     EXPECT_EQ(peer.ask(peer.header(0xe3)), hex("127f0400"));
 }
 
-TEST(Order, AnotherVersionThanNegotiated)
+TEST(Order, anotherVersionThanNegotiated)
 {
     Peer peer("{}");
     peer.connect(0x12);
@@ -296,7 +296,7 @@ TEST(Order, AnotherVersionThanNegotiated)
     EXPECT_EQ(peer.ask(hex("13810000")), hex("127f4100"));
 }
 
-TEST(Order, CapabilityThatIsNotThere)
+TEST(Order, capabilityThatIsNotThere)
 {
     Peer peer(R"({"capabilities": {"certificates": false, "challenge": false,
                   "measurements": "none"}})");
@@ -307,7 +307,7 @@ TEST(Order, CapabilityThatIsNotThere)
     }
 }
 
-TEST(Mctp, OtherMessageTypesGetNoAnswer)
+TEST(Mctp, otherMessageTypesGetNoAnswer)
 {
     Peer peer("{}");
     EXPECT_EQ(peer.device.handle({}), std::nullopt);

@@ -14,7 +14,7 @@ using Context = SpdmTest;
 /** malloc() hands out no more than half of what a size can tell. */
 constexpr size_t tooMuch = SIZE_MAX / 2 + 1;
 
-TEST_F(Context, InitializeConfiguresALibrary)
+TEST_F(Context, initializeConfiguresALibrary)
 {
     libspdm_return_t status = 1;
     EXPECT_EQ(journalOf([&] { status = SpdmLib::initialize(); }),
@@ -27,7 +27,7 @@ TEST_F(Context, InitializeConfiguresALibrary)
     EXPECT_EQ(scripted.verify, SpdmLib::verifyRemoteCertChain);
 }
 
-TEST_F(Context, SettingsHaveTheirWidths)
+TEST_F(Context, settingsHaveTheirWidths)
 {
     struct Expected
     {
@@ -64,7 +64,7 @@ TEST_F(Context, SettingsHaveTheirWidths)
     }
 }
 
-TEST_F(Context, InitializeTwiceReusesTheContext)
+TEST_F(Context, initializeTwiceReusesTheContext)
 {
     journalOf([] { SpdmLib::initialize(); });
     scripted.calls.clear();
@@ -78,7 +78,7 @@ TEST_F(Context, InitializeTwiceReusesTheContext)
                                      "transport", "buffers", "scratch 64"}));
 }
 
-TEST_F(Context, NoMemoryForTheContext)
+TEST_F(Context, noMemoryForTheContext)
 {
     scripted.contextSize = tooMuch;
     libspdm_return_t status = 0;
@@ -88,7 +88,7 @@ TEST_F(Context, NoMemoryForTheContext)
     EXPECT_TRUE(scripted.calls.empty());
 }
 
-TEST_F(Context, TheLibraryRefusesTheContext)
+TEST_F(Context, theLibraryRefusesTheContext)
 {
     scripted.initContext = 0x80060000;
     libspdm_return_t status = 0;
@@ -99,7 +99,7 @@ TEST_F(Context, TheLibraryRefusesTheContext)
     EXPECT_EQ(scripted.calls, Lines{"init_context"});
 }
 
-TEST_F(Context, NoMemoryForTheScratchBufferIsFoundOutLater)
+TEST_F(Context, noMemoryForTheScratchBufferIsFoundOutLater)
 {
     scripted.scratchSize = tooMuch;
     libspdm_return_t status = 1;
@@ -114,14 +114,14 @@ TEST_F(Context, NoMemoryForTheScratchBufferIsFoundOutLater)
                            "connection not set"});
 }
 
-TEST_F(Context, UninitializeMayComeAtAnyTime)
+TEST_F(Context, uninitializeMayComeAtAnyTime)
 {
     EXPECT_EQ(journalOf(SpdmLib::uninitialize),
               Lines{"<6> SPDM Lib uninitialized"});
     EXPECT_TRUE(scripted.calls.empty());
 }
 
-TEST_F(Context, WithoutAConnectionNothingIsAttested)
+TEST_F(Context, withoutAConnectionNothingIsAttested)
 {
     journalOf([] { SpdmLib::initialize(); });
     SpdmLib::connection.reset();
@@ -131,7 +131,7 @@ TEST_F(Context, WithoutAConnectionNothingIsAttested)
                            "connection not set"});
 }
 
-TEST_F(Context, BuffersAreFixedAndZeroed)
+TEST_F(Context, buffersAreFixedAndZeroed)
 {
     journalOf([] { SpdmLib::initialize(); });
     void* first = nullptr;

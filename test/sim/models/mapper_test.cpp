@@ -35,26 +35,26 @@ std::vector<std::string> paths(const std::string& root, int depth,
 
 using Paths = std::vector<std::string>;
 
-TEST(Mapper, DepthCountsPathWordsBelowTheRoot)
+TEST(Mapper, depthCountsPathWordsBelowTheRoot)
 {
     EXPECT_EQ(paths("/r", 1, {}), (Paths{"/r/a"}));
     EXPECT_EQ(paths("/r", 2, {}), (Paths{"/r/a", "/r/a/b"}));
     EXPECT_EQ(paths("/", 1, {}), (Paths{"/", "/r", "/ra"}));
 }
 
-TEST(Mapper, DepthOfZeroOrLessMeansAll)
+TEST(Mapper, depthOfZeroOrLessMeansAll)
 {
     EXPECT_EQ(paths("/r", 0, {}), (Paths{"/r/a", "/r/a/b", "/r/a/b/c"}));
     EXPECT_EQ(paths("/r", -1, {}), paths("/r", 0, {}));
 }
 
-TEST(Mapper, NeitherTheRootNorASiblingThatBeginsLikeItIsBelow)
+TEST(Mapper, neitherTheRootNorASiblingThatBeginsLikeItIsBelow)
 {
     EXPECT_EQ(paths("/r/a", 0, {}), (Paths{"/r/a/b", "/r/a/b/c"}));
     EXPECT_EQ(paths("/ra", 0, {}), (Paths{}));
 }
 
-TEST(Mapper, OneSlashAtTheEndOfTheRootDoesNotCount)
+TEST(Mapper, oneSlashAtTheEndOfTheRootDoesNotCount)
 {
     EXPECT_EQ(paths("/r/", 1, {}), paths("/r", 1, {}));
     EXPECT_EQ(paths("", 0, {}), paths("/", 0, {}));
@@ -64,14 +64,14 @@ TEST(Mapper, OneSlashAtTheEndOfTheRootDoesNotCount)
     EXPECT_EQ(paths("//", 0, {}), (Paths{}));
 }
 
-TEST(Mapper, AnyOfTheInterfacesIsEnough)
+TEST(Mapper, anyOfTheInterfacesIsEnough)
 {
     EXPECT_EQ(paths("/r", 0, {"i.B"}), (Paths{"/r/a"}));
     EXPECT_EQ(paths("/r", 0, {"i.None"}), (Paths{}));
     EXPECT_EQ(paths("/", 1, {"i.None", "i.R"}), (Paths{"/r"}));
 }
 
-TEST(Mapper, AServiceIsReportedWithAllItsInterfaces)
+TEST(Mapper, aServiceIsReportedWithAllItsInterfaces)
 {
     Holdings::mapped_type expected{{"s.one", {"i.A", "i.B"}}};
     EXPECT_EQ(sim::servicesAt(example(), "/r/a", {"i.A"}), expected);
@@ -79,7 +79,7 @@ TEST(Mapper, AServiceIsReportedWithAllItsInterfaces)
     EXPECT_TRUE(sim::servicesAt(example(), "/none", {}).empty());
 }
 
-TEST(Mapper, PathsAboveObjectsAreKnownButHeldByNobody)
+TEST(Mapper, pathsAboveObjectsAreKnownButHeldByNobody)
 {
     Holdings holdings{{"/x/y/z", {{"s", {"i"}}}}};
     sim::addParents(holdings);

@@ -98,7 +98,7 @@ class ErrorReply : public testing::TestWithParam<int>
 {
 };
 
-TEST_P(ErrorReply, IsAReplyWhateverItIsCalled)
+TEST_P(ErrorReply, isAReplyWhateverItIsCalled)
 {
     const Service service(
         sharedBus(), [](sd_bus_message* call)
@@ -117,7 +117,7 @@ INSTANTIATE_TEST_SUITE_P(BusCall, ErrorReply,
                                          EPROTO, EBADMSG, ECHILD, ELOOP, EINVAL,
                                          EACCES));
 
-TEST(BusCall, AnErrorReplyMayHaveNoText)
+TEST(BusCall, anErrorReplyMayHaveNoText)
 {
     const Service service(
         sharedBus(),
@@ -136,7 +136,7 @@ TEST(BusCall, AnErrorReplyMayHaveNoText)
     EXPECT_EQ(reply.error().text, "");
 }
 
-TEST(BusCall, APeerThatDiesIsAnErrorReplyOfTheDaemon)
+TEST(BusCall, aPeerThatDiesIsAnErrorReplyOfTheDaemon)
 {
     const Service service(sharedBus(), [](sd_bus_message*) { _exit(0); });
     auto reply = callTest(sharedBus().connect(), service.name());
@@ -144,13 +144,13 @@ TEST(BusCall, APeerThatDiesIsAnErrorReplyOfTheDaemon)
     EXPECT_EQ(reply.error().name, "org.freedesktop.DBus.Error.NoReply");
 }
 
-TEST(BusCall, ASilentPeerIsAnException)
+TEST(BusCall, aSilentPeerIsAnException)
 {
     const Service service(sharedBus(), [](sd_bus_message*) {});
     EXPECT_EQ(failureOf(sharedBus().connect(soon), service.name()), late);
 }
 
-TEST(BusCall, ABusThatEndsIsAnExceptionInThisCallAndTheNext)
+TEST(BusCall, aBusThatEndsIsAnExceptionInThisCallAndTheNext)
 {
     auto bus = std::make_unique<PrivateBus>();
     const DbusConnPtr conn = bus->connect();
@@ -163,7 +163,7 @@ TEST(BusCall, ABusThatEndsIsAnExceptionInThisCallAndTheNext)
               "endpoint is not connected");
 }
 
-TEST(BusCall, SignalsWithoutEndDoNotPutOffTheEnd)
+TEST(BusCall, signalsWithoutEndDoNotPutOffTheEnd)
 {
     const Service service(sharedBus(),
                           [](sd_bus_message* call)
@@ -176,7 +176,7 @@ TEST(BusCall, SignalsWithoutEndDoNotPutOffTheEnd)
     EXPECT_EQ(failureOf(sharedBus().connect(soon), service.name()), late);
 }
 
-TEST(BusCall, KeepsWhatTheRunHasAMatchForAndNothingElse)
+TEST(BusCall, keepsWhatTheRunHasAMatchForAndNothingElse)
 {
     const Service service(sharedBus(),
                           [](sd_bus_message* call)
@@ -208,7 +208,7 @@ std::size_t peakMemory()
     return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
 }
 
-TEST(BusCall, SignalsDuringACallTakeTheMemoryOfAFew)
+TEST(BusCall, signalsDuringACallTakeTheMemoryOfAFew)
 {
     constexpr std::size_t size = 1 << 20;
     constexpr int count = 384;
@@ -235,7 +235,7 @@ void replySignature(sd_bus_message* call)
                                sd_bus_message_get_signature(call, 1));
 }
 
-TEST(BusCall, ArgumentsGoOutAsTheTypesThatTheyAre)
+TEST(BusCall, argumentsGoOutAsTheTypesThatTheyAre)
 {
     const Service service(sharedBus(), replySignature);
     auto reply = callTest(
@@ -254,7 +254,7 @@ constexpr const char* refused =
     "An argument cannot be sent: sd_bus_message_append: "
     "org.freedesktop.DBus.Error.InvalidArgs: Invalid argument";
 
-TEST(BusCall, ATextThatCannotTravelEndsTheCallBeforeItIsSent)
+TEST(BusCall, aTextThatCannotTravelEndsTheCallBeforeItIsSent)
 {
     // The daemon would answer for the service that is not there.
     const DbusConnPtr conn = sharedBus().connect();
@@ -271,7 +271,7 @@ TEST(BusCall, ATextThatCannotTravelEndsTheCallBeforeItIsSent)
               refused);
 }
 
-TEST(BusCall, NamesThatAreNoneEndTheCallBeforeItIsSent)
+TEST(BusCall, namesThatAreNoneEndTheCallBeforeItIsSent)
 {
     const DbusConnPtr conn = sharedBus().connect();
     const char* invalid = "sd_bus_message_new_method_call: "
@@ -295,7 +295,7 @@ TEST(BusCall, NamesThatAreNoneEndTheCallBeforeItIsSent)
     EXPECT_EQ(failure(nobody, path, "Do\xff"), invalid);
 }
 
-TEST(ServiceUtility, ReadsAPropertyByTheFullSignature)
+TEST(ServiceUtility, readsAPropertyByTheFullSignature)
 {
     const Service service(sharedBus(),
                           [](sd_bus_message* call) {

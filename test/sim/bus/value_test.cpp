@@ -39,7 +39,7 @@ std::string complaint(const std::string& signature, const char* values)
     return "";
 }
 
-TEST(Signature, SplitsIntoCompleteTypes)
+TEST(Signature, splitsIntoCompleteTypes)
 {
     EXPECT_EQ(split("yas"), (std::vector<std::string>{"y", "as"}));
     EXPECT_EQ(split("a{sa{sas}}u"),
@@ -52,7 +52,7 @@ class BadSignature : public testing::TestWithParam<const char*>
 {
 };
 
-TEST_P(BadSignature, IsRefused)
+TEST_P(BadSignature, isRefused)
 {
     EXPECT_THROW(split(GetParam()), ScenarioError);
 }
@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(All, BadSignature,
                          testing::Values("a", "z", "(", "()", "(y", "a{", "a{}",
                                          "{", ")", "h"));
 
-TEST(Signature, DepthIsBounded)
+TEST(Signature, depthIsBounded)
 {
     EXPECT_THROW(split(std::string(1000000, 'a') + "y"), ScenarioError);
 }
@@ -77,7 +77,7 @@ class Values : public testing::TestWithParam<Case>
 {
 };
 
-TEST_P(Values, FitOrAreRefusedWithTheirPlace)
+TEST_P(Values, fitOrAreRefusedWithTheirPlace)
 {
     EXPECT_EQ(complaint(GetParam().signature, GetParam().values),
               GetParam().complaint);

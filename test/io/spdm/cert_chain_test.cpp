@@ -68,7 +68,7 @@ constexpr const char* badAuthority =
 constexpr const char* saved = "<6> Cert-chain saved to /tmp/certchain.bin";
 constexpr const char* ignored = "<6> Ignore cert-chain check";
 
-TEST_F(Certificates, BothChecksMustPass)
+TEST_F(Certificates, bothChecksMustPass)
 {
     Lines lines;
     EXPECT_TRUE(verify(lines));
@@ -83,7 +83,7 @@ TEST_F(Certificates, BothChecksMustPass)
     EXPECT_EQ(scripted.calls, Lines{"integrity"});
 }
 
-TEST_F(Certificates, TheIgnoreMarkerChangesTheVerdictOnly)
+TEST_F(Certificates, theIgnoreMarkerChangesTheVerdictOnly)
 {
     put("/tmp/ignore_cert_check", "");
     Lines lines;
@@ -95,7 +95,7 @@ TEST_F(Certificates, TheIgnoreMarkerChangesTheVerdictOnly)
     EXPECT_EQ(lines, (Lines{badIntegrity, badAuthority, ignored}));
 }
 
-TEST_F(Certificates, BothMarkersSaveFirst)
+TEST_F(Certificates, bothMarkersSaveFirst)
 {
     put("/tmp/ignore_cert_check", "");
     put("/tmp/save_cert", "");
@@ -106,7 +106,7 @@ TEST_F(Certificates, BothMarkersSaveFirst)
     EXPECT_EQ(contentOf("/tmp/certchain.bin"), "chain");
 }
 
-TEST_F(Certificates, EachAlgorithmHasItsFile)
+TEST_F(Certificates, eachAlgorithmHasItsFile)
 {
     constexpr std::array<std::pair<uint32_t, const char*>, 12> table{
         {{0x1, "rsa2048/ca.cert.der"},
@@ -131,7 +131,7 @@ TEST_F(Certificates, EachAlgorithmHasItsFile)
     }
 }
 
-TEST_F(Certificates, AnUnknownAlgorithmIsAnAssertion)
+TEST_F(Certificates, anUnknownAlgorithmIsAnAssertion)
 {
     negotiate(0x1200);
     scripted.peers[{LIBSPDM_DATA_BASE_ASYM_ALGO, 0}] = 0x1000;
@@ -144,7 +144,7 @@ TEST_F(Certificates, AnUnknownAlgorithmIsAnAssertion)
     EXPECT_TRUE(printed.ends_with("): false\n")) << printed;
 }
 
-TEST_F(Certificates, ARootThatTheLibraryRefusesEndsTheRun)
+TEST_F(Certificates, aRootThatTheLibraryRefusesEndsTheRun)
 {
     put("/tmp/roots/ecp384/ca.cert.der", "root!");
     negotiate(0x1200);
@@ -157,7 +157,7 @@ TEST_F(Certificates, ARootThatTheLibraryRefusesEndsTheRun)
               (Lines{"init_connection 0", "certificate of chain 0"}));
 }
 
-TEST_F(Certificates, TheRootIsHandedToTheLibrary)
+TEST_F(Certificates, theRootIsHandedToTheLibrary)
 {
     put("/tmp/roots/ecp384/ca.cert.der", "root!");
     negotiate(0x1200);
@@ -176,7 +176,7 @@ TEST_F(Certificates, TheRootIsHandedToTheLibrary)
               "root!");
 }
 
-TEST_F(Certificates, AChainOfOneHasHeaderHashAndCertificate)
+TEST_F(Certificates, aChainOfOneHasHeaderHashAndCertificate)
 {
     put("/tmp/roots/ecp256/ca.cert.der", std::string(300, 'c'));
     cert::setDirectory("/tmp/roots");
@@ -190,7 +190,7 @@ TEST_F(Certificates, AChainOfOneHasHeaderHashAndCertificate)
     EXPECT_EQ(std::count(chain.begin() + 36, chain.end(), 'c'), 300);
 }
 
-TEST_F(Certificates, ACertificateThatCannotBeHashed)
+TEST_F(Certificates, aCertificateThatCannotBeHashed)
 {
     put("/tmp/roots/ecp384/ca.cert.der", "root!");
     negotiate(0x1200);
@@ -201,7 +201,7 @@ TEST_F(Certificates, ACertificateThatCannotBeHashed)
                             "certificate failed");
 }
 
-TEST_F(Certificates, AMissingFileEndsTheAttestation)
+TEST_F(Certificates, aMissingFileEndsTheAttestation)
 {
     negotiate(0x1200);
     Lines lines;
@@ -213,7 +213,7 @@ TEST_F(Certificates, AMissingFileEndsTheAttestation)
                             "certificate failed");
 }
 
-TEST_F(Certificates, AFileThatIsNoCertificate)
+TEST_F(Certificates, aFileThatIsNoCertificate)
 {
     put("/tmp/roots/ecp384/ca.cert.der", "");
     negotiate(0x1200);
@@ -224,7 +224,7 @@ TEST_F(Certificates, AFileThatIsNoCertificate)
               "<3> [ERR] libspdm_x509_get_cert_from_cert_chain failed");
 }
 
-TEST_F(Certificates, AFileThatCannotBeMeasured)
+TEST_F(Certificates, aFileThatCannotBeMeasured)
 {
     fs::create_directories("/tmp/roots/ecp384");
     // A pipe has no end to seek to. Held open, so that opening it goes on.
@@ -237,7 +237,7 @@ TEST_F(Certificates, AFileThatCannotBeMeasured)
               "Unable to get the file size /tmp/roots/ecp384/ca.cert.der\n");
 }
 
-TEST_F(Certificates, AFileThatEndsEarly)
+TEST_F(Certificates, aFileThatEndsEarly)
 {
     // It says that it has a page, and has less.
     fs::create_directories("/tmp/roots/ecp384");

@@ -1,4 +1,4 @@
-"""scripts/lint_sim_rooms: the order of the simulator's rooms is kept."""
+"""scripts/lint/sim_rooms: the order of the simulator's rooms is kept."""
 
 import pathlib
 import shutil
@@ -11,7 +11,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 def lint(tree):
     """The status and what was said."""
-    result = subprocess.run([ROOT / "scripts/lint_sim_rooms", tree],
+    result = subprocess.run([ROOT / "scripts/lint/sim_rooms", tree],
                             check=False, capture_output=True, text=True)
     return result.returncode, result.stdout, result.stderr
 

@@ -21,20 +21,20 @@ Reply parse(const char* text)
     return sim::readReply(Node(json, "r"));
 }
 
-TEST(Reply, DocumentsBecomeOneText)
+TEST(Reply, documentsBecomeOneText)
 {
     Reply reply = parse(R"({"json": {"b": 1, "a": [null]}})");
     EXPECT_EQ(reply.signature, "s");
     EXPECT_EQ(reply.values, Json::array({R"({"b":1,"a":[null]})"}));
 }
 
-TEST(Reply, TextMayBePieced)
+TEST(Reply, textMayBePieced)
 {
     Reply reply = parse(R"({"text": ["<", {"times": 3, "text": "ab"}, ">"]})");
     EXPECT_EQ(reply.values, Json::array({"<ababab>"}));
 }
 
-TEST(Reply, TimesAndSignalsAreRead)
+TEST(Reply, timesAndSignalsAreRead)
 {
     Reply reply = parse(R"({"silent": true, "delay_ms": 5, "die_after_ms": 0,
         "signals_before": [{"path": "/", "interface": "a.b", "member": "C",
@@ -52,7 +52,7 @@ class BadReply : public testing::TestWithParam<const char*>
 {
 };
 
-TEST_P(BadReply, IsRefused)
+TEST_P(BadReply, isRefused)
 {
     EXPECT_THROW(parse(GetParam()), sim::ScenarioError);
 }
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
                     R"({"text": "a", "delay_ms": -1})",
                     R"({"die": true, "signals_after": [{"path": "/"}]})"));
 
-TEST(ReplyScript, StaysAtItsLastReply)
+TEST(ReplyScript, staysAtItsLastReply)
 {
     Json json = Json::parse(R"({"replies": [{"text": "a"}, {"text": "b"}]})");
     ReplyScript script(Node(json, "r"));
@@ -75,13 +75,13 @@ TEST(ReplyScript, StaysAtItsLastReply)
     EXPECT_EQ(script.next().values[0], "b");
 }
 
-TEST(ReplyScript, NeedsAReply)
+TEST(ReplyScript, needsAReply)
 {
     Json json = Json::parse(R"({"replies": []})");
     EXPECT_THROW(ReplyScript(Node(json, "r")), sim::ScenarioError);
 }
 
-TEST(Faults, FitByWhatTheyName)
+TEST(Faults, fitByWhatTheyName)
 {
     Json json = Json::parse(
         R"([{"service": "s.a", "member": "M", "args": [1], "text": "x"}])");
@@ -97,7 +97,7 @@ TEST(Faults, FitByWhatTheyName)
     EXPECT_FALSE(faults.match("s.a", call));
 }
 
-TEST(Faults, ThatPassLeaveTheCallToTheNext)
+TEST(Faults, thatPassLeaveTheCallToTheNext)
 {
     Json json = Json::parse(
         R"([{"replies": [{"pass": true}, {"text": "a"}]}, {"text": "b"}])");

@@ -37,7 +37,7 @@ class Scenario : public testing::Test
     std::string folder;
 };
 
-TEST_F(Scenario, LaterFilesPatchEarlierOnes)
+TEST_F(Scenario, laterFilesPatchEarlierOnes)
 {
     auto first = write("a", R"({"x": {"y": 1, "z": null, "w": 2}, "l": [1]})");
     auto second = write("b", R"({"x": {"y": 3, "w": null}, "l": [2]})");
@@ -45,21 +45,21 @@ TEST_F(Scenario, LaterFilesPatchEarlierOnes)
               Json::parse(R"({"x": {"y": 3, "z": null}, "l": [2]})"));
 }
 
-TEST_F(Scenario, FilesAreTakenInFromTheScenariosFolder)
+TEST_F(Scenario, filesAreTakenInFromTheScenariosFolder)
 {
     write("part", R"([{"@repeat": 2, "item": "n{index}"}])");
     auto file = write("a", R"({"d": {"@file": "part"}})");
     EXPECT_EQ(sim::loadScenario({file}), Json::parse(R"({"d": ["n0", "n1"]})"));
 }
 
-TEST_F(Scenario, WhatIsNoScenarioIsRefused)
+TEST_F(Scenario, whatIsNoScenarioIsRefused)
 {
     EXPECT_THROW(sim::loadScenario({folder + "/none"}), sim::ScenarioError);
     EXPECT_THROW(sim::loadScenario({write("a", "[")}), sim::ScenarioError);
     EXPECT_THROW(sim::loadScenario({write("a", "[]")}), sim::ScenarioError);
 }
 
-TEST(Repeat, FillsInTheNumberAtAnyDepth)
+TEST(Repeat, fillsInTheNumberAtAnyDepth)
 {
     auto document = Json::parse(
         R"([0, {"@repeat": 2, "item": {"a": ["@index", "{index}+{index}"]}}])");
@@ -67,13 +67,13 @@ TEST(Repeat, FillsInTheNumberAtAnyDepth)
               Json::parse(R"([0, {"a": [0, "0+0"]}, {"a": [1, "1+1"]}])"));
 }
 
-TEST(Repeat, MayStandForNothing)
+TEST(Repeat, mayStandForNothing)
 {
     EXPECT_EQ(sim::expand(Json::parse(R"([{"@repeat": 0, "item": 1}])"), ""),
               Json::array());
 }
 
-TEST(Repeat, RefusesWhatItDoesNotKnow)
+TEST(Repeat, refusesWhatItDoesNotKnow)
 {
     EXPECT_THROW(sim::expand(Json::parse(R"([{"@repeat": 1, "itm": 1}])"), ""),
                  sim::ScenarioError);

@@ -59,7 +59,7 @@ constexpr const char* firstBlock =
     "<6>     measurement block 1, Digest of 1(MutableFirmware), 2 bytes. abab";
 constexpr const char* succeeded = "<6> authenticateTarget succeeded";
 
-TEST_F(Flow, EverythingInOrder)
+TEST_F(Flow, everythingInOrder)
 {
     negotiate(0x1200);
     scripted.blocks = 1;
@@ -79,7 +79,7 @@ TEST_F(Flow, EverythingInOrder)
                      "measure 1 attributes 1 slot 0"}));
 }
 
-TEST_F(Flow, AnEmptySlotMaskIsSuccess)
+TEST_F(Flow, anEmptySlotMaskIsSuccess)
 {
     negotiate(0x1200);
     scripted.slotMask = 0;
@@ -89,7 +89,7 @@ TEST_F(Flow, AnEmptySlotMaskIsSuccess)
                             succeeded}));
 }
 
-TEST_F(Flow, AnAddressThatNoTableHas)
+TEST_F(Flow, anAddressThatNoTableHas)
 {
     negotiate(0x1200);
     libspdm_return_t status = 0;
@@ -99,7 +99,7 @@ TEST_F(Flow, AnAddressThatNoTableHas)
     EXPECT_EQ(scripted.calls, Lines{});
 }
 
-TEST_F(Flow, AFailedConnectionEndsTheLibrary)
+TEST_F(Flow, aFailedConnectionEndsTheLibrary)
 {
     negotiate(0x1200);
     scripted.initConnection = 0x80010002;
@@ -112,14 +112,14 @@ TEST_F(Flow, AFailedConnectionEndsTheLibrary)
     EXPECT_EQ(attest(lines), 0x80010001U);
 }
 
-TEST_F(Flow, AWarningOfTheConnectionIsNoFailure)
+TEST_F(Flow, aWarningOfTheConnectionIsNoFailure)
 {
     negotiate(0x1200);
     scripted.initConnection = 0x40010014;
     expectEnd(0, succeeded);
 }
 
-TEST_F(Flow, AConnectionThatIsNotNegotiated)
+TEST_F(Flow, aConnectionThatIsNotNegotiated)
 {
     negotiate(0x1200);
     scripted.peers[{LIBSPDM_DATA_CONNECTION_STATE, 0}] =
@@ -134,7 +134,7 @@ TEST_F(Flow, AConnectionThatIsNotNegotiated)
                            "0"});
 }
 
-TEST_F(Flow, WhatDecidesMustBeKnown)
+TEST_F(Flow, whatDecidesMustBeKnown)
 {
     for (const libspdm_data_type_t item :
          {LIBSPDM_DATA_SPDM_VERSION, LIBSPDM_DATA_CAPABILITY_FLAGS,
@@ -148,7 +148,7 @@ TEST_F(Flow, WhatDecidesMustBeKnown)
     }
 }
 
-TEST_F(Flow, FailedDigests)
+TEST_F(Flow, failedDigests)
 {
     negotiate(0x1200);
     scripted.digest = 0x8001000A;
@@ -159,7 +159,7 @@ TEST_F(Flow, FailedDigests)
                             "0x8001000a"}));
 }
 
-TEST_F(Flow, AFailedCertificateEndsWithItsStatus)
+TEST_F(Flow, aFailedCertificateEndsWithItsStatus)
 {
     negotiate(0x1200);
     scripted.slotMask = 3;
@@ -169,7 +169,7 @@ TEST_F(Flow, AFailedCertificateEndsWithItsStatus)
     EXPECT_TRUE(called("challenge 0"));
 }
 
-TEST_F(Flow, AFailedChallengeEndsWithItsStatus)
+TEST_F(Flow, aFailedChallengeEndsWithItsStatus)
 {
     negotiate(0x1200);
     scripted.challenge[0] = 0x80020001;
@@ -178,7 +178,7 @@ TEST_F(Flow, AFailedChallengeEndsWithItsStatus)
     EXPECT_FALSE(called("measure 0 attributes 0 slot 0"));
 }
 
-TEST_F(Flow, AFailedCountEndsWithItsStatus)
+TEST_F(Flow, aFailedCountEndsWithItsStatus)
 {
     negotiate(0x1200);
     scripted.blockCount = 0x80010005;
@@ -186,7 +186,7 @@ TEST_F(Flow, AFailedCountEndsWithItsStatus)
                            "blocks based on slot 0. rc = 0x80010005");
 }
 
-TEST_F(Flow, AFailedBlockDoesNotEndTheOthers)
+TEST_F(Flow, aFailedBlockDoesNotEndTheOthers)
 {
     negotiate(0x1200);
     scripted.blocks = 2;
@@ -202,7 +202,7 @@ TEST_F(Flow, AFailedBlockDoesNotEndTheOthers)
                         "0(ImmutableROM), 1 bytes. 0f");
 }
 
-TEST_F(Flow, AValueOf4090BytesIsTooBig)
+TEST_F(Flow, aValueOf4090BytesIsTooBig)
 {
     negotiate(0x1200);
     scripted.blocks = 3;
@@ -221,7 +221,7 @@ TEST_F(Flow, AValueOf4090BytesIsTooBig)
                         "big");
 }
 
-TEST_F(Flow, ARecordShowsNothingOfTheOneBefore)
+TEST_F(Flow, aRecordShowsNothingOfTheOneBefore)
 {
     negotiate(0x1200);
     scripted.blocks = 3;
@@ -237,7 +237,7 @@ TEST_F(Flow, ARecordShowsNothingOfTheOneBefore)
                         "0(ImmutableROM), 0 bytes. ");
 }
 
-TEST_F(Flow, TheBlockWithAllBlocksIsNeverAskedFor)
+TEST_F(Flow, theBlockWithAllBlocksIsNeverAskedFor)
 {
     negotiate(0x1200, 0x0E);
     scripted.blocks = 255;
@@ -247,7 +247,7 @@ TEST_F(Flow, TheBlockWithAllBlocksIsNeverAskedFor)
     EXPECT_EQ(scripted.calls.back(), "measure 254 attributes 0 slot 0");
 }
 
-TEST_F(Flow, MeasurementsAreSignedUnlessTheDeviceCannot)
+TEST_F(Flow, measurementsAreSignedUnlessTheDeviceCannot)
 {
     negotiate(0x1200, 0x1E);
     scripted.blocks = 1;
@@ -256,7 +256,7 @@ TEST_F(Flow, MeasurementsAreSignedUnlessTheDeviceCannot)
     EXPECT_EQ(scripted.calls.back(), "measure 1 attributes 0 slot 0");
 }
 
-TEST_F(Flow, CapabilitiesDecideWhatIsAskedFor)
+TEST_F(Flow, capabilitiesDecideWhatIsAskedFor)
 {
     negotiate(0x1200, 0);
     Lines lines;
@@ -272,7 +272,7 @@ TEST_F(Flow, CapabilitiesDecideWhatIsAskedFor)
                                      "certificate 0", "room 4096"}));
 }
 
-TEST_F(Flow, KeyUsageOf13DecidesPerSlot)
+TEST_F(Flow, keyUsageOf13DecidesPerSlot)
 {
     negotiate(0x1300);
     scripted.slotMask = 0x8B;
@@ -299,7 +299,7 @@ TEST_F(Flow, KeyUsageOf13DecidesPerSlot)
     EXPECT_FALSE(called("measure 0 attributes 0 slot 7"));
 }
 
-TEST(Measurement, NamesOfTypes)
+TEST(Measurement, namesOfTypes)
 {
     const auto name = [](uint8_t type) {
         return mctp::spdm::MeasurementValue{type, 0, {}}.kindName();
