@@ -162,7 +162,7 @@ furnish() {
         systemd-firstboot.service
     systemctl --root="$target" disable dpkg-db-backup.timer fstrim.timer
     systemctl --root="$target" enable board-network board-ready dropbear \
-        pstorage.mount tmp.mount
+        pstorage.mount tmp.mount zantric-sim
     systemctl --root="$target" set-default multi-user.target
     (cd "$target" && find . -print0 | cpio --null --quiet -o -H newc) \
         >"$cache/image.cpio"

@@ -19,6 +19,12 @@ TABLES = [set(re.findall(r"^\| `([^`]+)` \|", table, re.MULTILINE))
 ODD = "@odd"
 
 
+@pytest.fixture(autouse=True)
+def folder_of_its_own(tmp_path, monkeypatch):
+    """An odd word may be the name of a folder to make."""
+    monkeypatch.chdir(tmp_path)
+
+
 def complaint(scenario, folder):
     """What the real reader says to a scenario; nothing when it takes it."""
     (folder / "services.json").write_text("{}")
