@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Measures the release build on the simulated BMC; see bench/run."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What is measured: scenarios of the simulated BMC, and the commands on them.
 
 A listing's reply is a fixed text, so that the simulator's own part in a call

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The least that a D-Bus client can do: make the calls it is told to, one after
  * the other, and write each reply's text as it came. What the tool costs is
  * compared with this.

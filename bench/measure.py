@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Measures commands: time, instructions, memory and size."""
 
 import json

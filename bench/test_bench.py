@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the benchmark reads out of its tools' output, and makes of it."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads what the loader reads of a program or a shared object."""
 
 import pathlib

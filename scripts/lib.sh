@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Shared by the scripts beside it; sourced, not run.
 # shellcheck shell=bash
 

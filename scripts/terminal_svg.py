@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Draws the text of a terminal screen from standard input as an SVG picture.
 
 terminal_svg.py COLUMNS <SCREEN >PICTURE

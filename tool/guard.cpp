@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/guard.hpp"
 
 #include "tool/output.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/Bus.hpp"
 #include "tool/dispatch.hpp"
 #include "tool/guard.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/services_with_interface.hpp"
 
 #include "io/common/src/ObjectMapper.hpp"

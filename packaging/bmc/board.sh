@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Boots the emulated board and talks to it; sourced by scripts/bmc.
 # shellcheck shell=bash
 # shellcheck disable=SC2154  # cache comes from image.sh

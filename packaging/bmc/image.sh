@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Makes the image of the emulated board; sourced by scripts/bmc.
 # shellcheck shell=bash
 # shellcheck disable=SC2154  # root comes from scripts/lib.sh

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/bus/object_tree.hpp"
 
 #include "sim/bus/standard_interfaces.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/bus/value_sink.hpp"
 
 #include "sim/bus/bus_error.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/devices/device_program.hpp"
 
 #include <poll.h>

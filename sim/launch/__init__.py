@@ -1,1 +1,2 @@
+# SPDX-License-Identifier: Apache-2.0
 """Starts the simulated BMC: the private world around it, and it."""

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs a command, or a shell, beside the simulated BMC; see scripts/sim."""
 
 import argparse

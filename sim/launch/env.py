@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The private world of the simulator: mounts, a message bus, a journal.
 
 scripts/sim runs a command in it; the end-to-end tests and the benchmark import

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The private root of the simulator: the machine's folders, and its own.
 
 Everything it makes lives in a mount namespace of the calling process and on

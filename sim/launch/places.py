@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Where the simulator's parts are: in the source tree, or installed."""
 
 import os

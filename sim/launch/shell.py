@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The shell on the simulated BMC: its prompt, completion and manual."""
 
 import os

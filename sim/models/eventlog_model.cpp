@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/models/eventlog_model.hpp"
 
 #include "sim/bus/service.hpp"

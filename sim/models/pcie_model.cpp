@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/models/pcie_model.hpp"
 
 #include "sim/scenario/address.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/models/raid_array.hpp"
 
 #include "sim/models/raid_items.hpp"

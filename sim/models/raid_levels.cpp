@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/models/raid_levels.hpp"
 
 #include <map>

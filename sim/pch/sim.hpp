@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What nearly every source of the simulator reads, compiled once.
 
 #include <systemd/sd-bus.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/spdm/fault_config.hpp"
 
 #include "sim/spdm/bytes.hpp"

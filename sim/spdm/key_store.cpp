@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim/spdm/key_store.hpp"
 
 #include "sim/spdm/bytes.hpp"

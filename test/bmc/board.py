@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The emulated board over SSH, as the end-to-end cases know a BMC.
 
 scripts/bmc says in BMC_SSH how to reach it. The words of that command share one

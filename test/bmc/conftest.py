@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """One board for the whole run, one case after the other on it."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a run costs on the emulated board, as ratios; see scripts/bmc."""
 
 import json

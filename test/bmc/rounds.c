@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Runs commands in turn, round after round, and tells of each run how long it
  * took and how much memory it had at most.
  *

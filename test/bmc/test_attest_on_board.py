@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Attestation where files are on the board, and two at once."""
 
 import pytest

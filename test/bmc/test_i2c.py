@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """I2C buses as the kernel has them: the SoC's controllers, and a multiplexer
 that is bound as an administrator would bind it."""
 

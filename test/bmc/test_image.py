@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the board is made of: a BMC's system, and the packages in it."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Where a board differs from a developer's machine: little memory, a small
 disk, other users, and services that systemd ends."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every operation on the board: cases of the end-to-end tests as they are.
 
 What they expect (output, status, calls, journal records) is the same there.

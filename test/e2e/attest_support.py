@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Devices to attest, and what an attestation of them leaves behind."""
 
 import os

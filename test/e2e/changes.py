@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Operations that change storage: their calls, replies and output."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """One private world for each pytest run, one simulated BMC for each case."""
 
 import os

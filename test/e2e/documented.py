@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What there is to document, read off the program and its table."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The examples of the manual pages, the README and the docs.
 
 An example is a block of code that begins with "$ ", the prompt: command lines,

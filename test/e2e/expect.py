@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What runs are expected to print, in pieces that many cases share."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every step of an operation, every fault that can meet it, and what is
 expected of the tool then.
 

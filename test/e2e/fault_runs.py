@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Carries out the cases of a fault matrix and checks each."""
 
 import os

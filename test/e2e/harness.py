@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs the real program against the simulated BMC and tells what happened."""
 
 import ctypes

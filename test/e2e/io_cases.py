@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the cases about events, I2C buses and inventory share."""
 
 import os

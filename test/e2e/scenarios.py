@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Builds scenarios for the simulated BMC from small pieces."""
 
 MAPPER = "xyz.openbmc_project.ObjectMapper"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Attestation of well-behaved devices: the flow and its journal records."""
 
 import pytest

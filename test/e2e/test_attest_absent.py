@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A tool that was built without attestation."""
 
 import attest_support as a

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Root certificates, the verdict on a chain, and the marker files."""
 
 import os

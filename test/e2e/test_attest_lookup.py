@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Which endpoint, at which daemon, a device address leads to."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A device that is a program beside the simulator."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Several attestations at the same time: each gets its own device's answers."""
 
 import pytest

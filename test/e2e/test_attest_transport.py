@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The way of SPDM messages: the daemon, the loopback socket, bad answers."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs that end with 0 although no key has proved anything: what the journal
 shows of each, as docs/attestation.md says."""
 

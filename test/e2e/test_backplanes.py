@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The listing of drive backplanes."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The shipped policy on a bus that forbids what is not allowed.
 
 Every other case runs the program under this policy too: what the tool calls

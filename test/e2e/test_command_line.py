@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The command line: options, usage, the checks before an operation starts,
 exit statuses."""
 

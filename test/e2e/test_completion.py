@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Completion in a real bash on a real terminal: keys typed, words got."""
 
 import os

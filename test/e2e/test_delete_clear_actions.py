@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Deleting volumes, clearing a controller, actions on drives."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The MCTP endpoint of a PCIe device."""
 
 import pytest

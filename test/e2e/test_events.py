@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Events: what is written where, and what is not."""
 
 import os

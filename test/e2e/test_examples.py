@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the documents show is what the tool prints."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What becomes of changes when something goes wrong: every call of each, the
 wait behind it, every fault."""
 

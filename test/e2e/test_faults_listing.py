@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What becomes of listings when something goes wrong: every call of each,
 every fault."""
 

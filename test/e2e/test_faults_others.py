@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What becomes of events, I2C buses and attestation when something goes wrong:
 every call of each, every fault. And whether any operation has been left out."""
 

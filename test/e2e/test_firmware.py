@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Listing updatable devices and updating their firmware."""
 
 import json

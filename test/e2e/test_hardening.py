@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the compiler and the linker were told, read back from the tool and from
 its module: a flag that got lost on the way shows nowhere else."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The hidden log: its entries, its sequence file, its delay."""
 
 import fcntl

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """I2C buses and the MCTP daemons on them."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The manual page says what the program does: compared, not trusted."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Which services are found for an interface."""
 
 import pytest

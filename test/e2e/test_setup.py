@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What `meson setup` says of the libraries, and what it refuses."""
 
 import os

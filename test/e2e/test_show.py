@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The show operation and the layout of JSON documents."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """sim/README.md against the reader of scenarios: the same keys, the same
 words, and examples that it takes."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/sim: a command in the simulator, and nothing left behind."""
 
 import os

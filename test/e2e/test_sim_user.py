@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/sim for a user without root, and what its shell offers."""
 
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The simulated BMC and this harness, seen through a bus client."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The listing of drives, volumes and storage pools."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The power state and the boot progress in the listing's header."""
 
 import pytest

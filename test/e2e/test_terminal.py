@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a terminal gets of text that others wrote, and what a pipe gets."""
 
 import os

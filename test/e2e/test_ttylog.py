@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Capturing the TTY logs of a device."""
 
 import pytest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The wait for refreshed data after a change: every operation that waits,
 every time at which the signal may come, and what else may happen."""
 

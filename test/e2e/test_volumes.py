@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Creating and editing volumes: from parameters and files to the call."""
 
 import pytest

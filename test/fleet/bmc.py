@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A simulated BMC, seen from the lab."""
 
 import json

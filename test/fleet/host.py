@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """One simulated BMC with an SSH server, in a process of its own.
 
 It has its own bus, journal and files, as scripts/sim has them, and the

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The lab: simulated BMCs on this machine, and Ansible's view of them."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The devices of the pairing table in docs/dependencies.md, with the verdict
 that each must get when its own root is given, and when none is."""
 

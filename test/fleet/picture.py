@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Draws the README's picture: the inventory's page of a fleet, as a browser
 shows it. One BMC is dead, one has the marker file, one a foreign device."""
 

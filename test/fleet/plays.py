@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs playbooks in the lab and tells what became of each task."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """TCP proxies that cut the connections they carry."""
 
 import select

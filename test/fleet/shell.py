@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Opens a shell, or runs a command, in the lab; see scripts/fleet."""
 
 import os

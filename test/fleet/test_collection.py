@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The collection as Ansible's own tools see it, and its command."""
 
 import importlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sixty-four BMCs, three of them dead; and what an inventory costs."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A change is sent at most once, whatever the connection does."""
 
 import random

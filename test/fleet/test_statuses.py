@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every operation, and every way to fail: the tool's, the transport's."""
 
 import threading

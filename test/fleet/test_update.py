@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Firmware, so many BMCs at a time, and a stop where it should be."""
 
 import json

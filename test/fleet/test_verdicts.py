@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Verdicts on real attestations, for every row of the pairing table."""
 
 import json

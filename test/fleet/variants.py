@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Scenarios of the lab's BMCs: the default one, each a little different."""
 
 import copy

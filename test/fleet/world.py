@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The one place where the lab takes the simulator's Python from."""
 
 import pathlib

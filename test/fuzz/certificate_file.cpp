@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/spdm/Libspdm.hpp"
 #include "io/common/spdm/Spdm.hpp"
 #include "io/common/spdm/spdm_device_secret_lib_sample/cert.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "messages.hpp"
 #include "target.hpp"
 #include "tool/firmware/progress.hpp"

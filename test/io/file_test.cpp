@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/File.hpp"
 #include "test/scratch_dir.hpp"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/MctpI2CBusPool.hpp"
 
 #include <gtest/gtest.h>

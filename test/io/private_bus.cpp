@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "test/io/private_bus.hpp"
 
 #include <sys/prctl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/Text.hpp"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #define BOOST_ALLOW_DEPRECATED_HEADERS // what Boost's coroutines include
 
 // Boost's own declaration must agree with the tool's short one: this file

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/lint/mirror: tests are named after sources, and by one habit."""
 
 import subprocess

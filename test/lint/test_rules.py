@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/lint/rules: a second home of a rule is refused, whichever it is."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/lint/shell, python, layout and run: findings are failures."""
 
 import shutil
@@ -42,6 +43,20 @@ def test_shell(empty):
     assert [line for line in lines if line.startswith("In ")] == [
         f"In {name} line 2:" for name in sorted(names)]
     assert any("SC2086" in line for line in lines)
+
+
+def test_license(empty):
+    """The files of git count, so the tree becomes one of its own."""
+    line = "SPDX-License-Identifier: Apache-2.0\n"
+    for name, text in (("scripts/good", "# "), ("sim/good.py", "# "),
+                       ("io/good.cpp", "// ")):
+        empty.plant(name, text + line)
+    subprocess.run(["git", "-C", empty.path, "init", "-q"], check=True)
+    subprocess.run(["git", "-C", empty.path, "add", "-A"], check=True)
+    assert empty.lint("license") == (0, [])
+    empty.plant("io/good.cpp", "int bad();\n")
+    assert empty.lint("license") == (
+        1, ["without a licence in the form of SPDX:", "io/good.cpp"])
 
 
 @needs("flake8")

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/lint/sim_rooms: the order of the simulator's rooms is kept."""
 
 import pathlib

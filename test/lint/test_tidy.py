@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """scripts/lint/tidy: a clean source is not looked at again until something
 changes that its outcome depends on."""
 

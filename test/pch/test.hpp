@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What nearly every test reads, compiled once.
 
 #include <gtest/gtest.h>

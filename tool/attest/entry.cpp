@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/spdm/Spdm.hpp"
 #include "tool/attest/module.hpp"
 

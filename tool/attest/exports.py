@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Tells the linker what the tool must export: exactly what its module takes.
 
   exports.py MODULE FILE PREFIX...

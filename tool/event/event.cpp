@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/event/event.hpp"
 
 #include "io/common/src/Events.hpp"

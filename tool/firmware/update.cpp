@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/firmware/update.hpp"
 
 #include "io/common/src/Wait.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/ObjectMapper.hpp"
 #include "io/common/src/Targets.hpp"
 #include "tool/inventory/drive_backplane.hpp"

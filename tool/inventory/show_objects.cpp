@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/inventory/show_objects.hpp"
 
 #include "io/common/src/Targets.hpp"

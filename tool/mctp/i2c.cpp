@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/mctp/i2c.hpp"
 
 #include "io/common/src/I2CBus.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/pcie/system_state.hpp"
 
 #include "io/common/src/ServiceUtility.hpp"

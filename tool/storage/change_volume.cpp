@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/change_volume.hpp"
 
 #include "io/common/src/Text.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/item_lines.hpp"
 
 #include "io/common/src/Text.hpp"

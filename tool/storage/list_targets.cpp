@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/list_targets.hpp"
 
 #include "io/common/src/Text.hpp"

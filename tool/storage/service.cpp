@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/service.hpp"
 
 #include "tool/json/fetch.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/show_resources.hpp"
 
 #include "tool/json/print.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/tty_log.hpp"
 
 #include "tool/guard.hpp"

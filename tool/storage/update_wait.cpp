@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/update_wait.hpp"
 
 #include "io/common/src/JsonText.hpp"

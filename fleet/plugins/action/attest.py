@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Attests a BMC's devices; plugins/modules/attest.py documents it."""
 
 from __future__ import absolute_import, division, print_function

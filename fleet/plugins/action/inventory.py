@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads what a BMC has; plugins/modules/inventory.py documents it."""
 
 from __future__ import absolute_import, division, print_function

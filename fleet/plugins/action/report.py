@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Writes what was read of all BMCs; plugins/modules/report.py documents it."""
 
 from __future__ import absolute_import, division, print_function

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs the tool on a BMC; plugins/modules/run.py documents it."""
 
 from __future__ import absolute_import, division, print_function

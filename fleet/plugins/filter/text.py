@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Filters that make data of what the tool prints; beside each its
 documentation."""
 

@@ -1,4 +1,5 @@
 #!/usr/bin/python
+# SPDX-License-Identifier: Apache-2.0
 """Documentation and options of the action `inventory`."""
 
 from __future__ import absolute_import, division, print_function

@@ -1,4 +1,5 @@
 #!/usr/bin/python
+# SPDX-License-Identifier: Apache-2.0
 """Documentation and options of the action `run`; nothing of it runs on a BMC.
 """
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sessions on a BMC, through the connection that Ansible has to it."""
 
 from __future__ import absolute_import, division, print_function

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """One session that reads all devices, drives and volumes of a BMC.
 
 The listing tells only where to ask; what there is, the documents tell.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads the listings, and says where they cannot be trusted.
 
 Names stand in them as services send them, so a name may look like the rest of a

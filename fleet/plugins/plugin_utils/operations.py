@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Which operations there are, how their command lines look, what they do."""
 
 from __future__ import absolute_import, division, print_function

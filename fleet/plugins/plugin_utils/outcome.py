@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a finished run means."""
 
 from __future__ import absolute_import, division, print_function

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The fleet as one table: for a terminal, and as a page that needs nothing
 else."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What is sent to a BMC: POSIX shell, short enough for a small SSH server.
 
 Every script ends with status 0, so that a status of 255 is the transport's

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads one line of a listing by its form: texts between fixed words.
 
 Texts can hold the fixed words too, so a line may have several readings. They are

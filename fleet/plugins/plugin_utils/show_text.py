@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads what `show` prints back into the document that was printed.
 
 The printer's layout: a member per line, its JSON type in parentheses, the count

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What an attestation proved, from its status and its journal records.
 
 The records of the run itself decide, by the format of their message: their

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <cstdint>
 
 // Functions that libspdm expects the program to provide: those that use a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/spdm/UdsSocket.hpp"
 
 #include "io/common/src/Executable.hpp"

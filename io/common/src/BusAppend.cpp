@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/BusAppend.hpp"
 
 #include <systemd/sd-bus.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/Events.hpp"
 #include "io/common/src/EventsDaemon.hpp"
 #include "io/common/src/EventsSequence.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/MctpI2CBus.hpp"
 
 #include "io/common/src/I2CBus.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/src/ServiceUtility.hpp"
 
 #include <phosphor-logging/lg2.hpp>

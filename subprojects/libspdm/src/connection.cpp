@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "requests.hpp"
 
 libspdm_return_t libspdm_init_connection(void* spdm_context,

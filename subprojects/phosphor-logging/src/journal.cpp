@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The records name the place of the caller, not a place in this file.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "value_text.hpp"
 
 #include <phosphor-logging/lg2/flags.hpp>

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """What lg2 must refuse to compile, and close neighbours that it must take.
 
 usage: refused.py BUILD_ROOT SOURCE

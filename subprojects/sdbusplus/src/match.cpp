@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <systemd/sd-bus.h>
 
 #include <sdbusplus/bus/match.hpp>

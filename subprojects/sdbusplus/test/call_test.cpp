@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/daemon.hpp"
 #include "support/expect.hpp"
 #include "support/peer.hpp"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Writes each task's result as a line of JSON to the file RECORDS names."""
 
 from __future__ import absolute_import, division, print_function

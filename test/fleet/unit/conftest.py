@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Makes the collection's modules importable without Ansible."""
 
 import pathlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Random documents, what the real printer makes of them, and what of them the
 printed form cannot keep."""
 

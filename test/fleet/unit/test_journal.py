@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """docs/journal.md names exactly the records that the sources write."""
 
 import pathlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Listings are read, and names that lie are noticed."""
 
 from plugin_utils import list_text

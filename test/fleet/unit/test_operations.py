@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Command lines, and what they do: the same operations as the tool's."""
 
 import world  # noqa: F401  (leads to the next)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The scripts for a BMC, run by this machine's shell instead."""
 
 import pathlib

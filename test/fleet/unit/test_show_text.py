@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the real printer prints is read back; nothing else is read."""
 
 import json

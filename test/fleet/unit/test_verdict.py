@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Verdicts from records: a status of 0 is never more than it proved."""
 
 import pytest

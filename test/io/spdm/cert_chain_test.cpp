@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "io/common/spdm/spdm_device_secret_lib_sample/cert.hpp"
 #include "test/io/spdm/spdm_fixture.hpp"
 #include "test/support.hpp"

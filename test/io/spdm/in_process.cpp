@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "in_process.hpp"
 
 using mctp::spdm::SpdmLib;

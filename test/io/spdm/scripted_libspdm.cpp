@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "test/io/spdm/scripted_libspdm.hpp"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "test/io/spdm/spdm_fixture.hpp"
 
 #include <algorithm>

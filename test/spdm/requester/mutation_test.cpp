@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "test/spdm/session.hpp"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "subprojects/libspdm/src/requests.hpp"
 #include "subprojects/libspdm/src/wire.hpp"
 #include "test/spdm/session.hpp"

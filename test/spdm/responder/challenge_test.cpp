@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "test/spdm/responder/asking.hpp"
 #include "test/spdm/responder/peer.hpp"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "test/spdm/responder/peer.hpp"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/firmware/part_number.hpp"
 
 #include <gtest/gtest.h>

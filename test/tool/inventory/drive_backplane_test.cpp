@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/inventory/drive_backplane.hpp"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/json/read.hpp"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/pcie/device.hpp"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/request_file.hpp"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The integer, boolean and size types that every header here builds on. */
 #ifndef BASE_H
 #define BASE_H

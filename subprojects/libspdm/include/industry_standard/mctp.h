@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* MCTP message types, DMTF DSP0239. */
 #ifndef MCTP_H
 #define MCTP_H

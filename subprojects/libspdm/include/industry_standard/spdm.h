@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Facts of DMTF DSP0274, the Security Protocol and Data Model, as far as a
  * requester of versions 1.0 to 1.3 needs them. Needs <stdint.h> before it. */
 #ifndef SPDM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The checks behind the acceptance of a certificate chain. No C linkage is
  * asked for here either. */
 #ifndef SPDM_COMMON_LIB_INTERNAL_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef LIBSPDM_LIB_CONFIG_H
 #define LIBSPDM_LIB_CONFIG_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Context of a connection: its life, its settings, and the functions that the
  * program lends to it. */
 #ifndef SPDM_COMMON_LIB_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Sizes and hashes of the negotiated algorithms. */
 #ifndef SPDM_CRYPT_LIB_H
 #define SPDM_CRYPT_LIB_H

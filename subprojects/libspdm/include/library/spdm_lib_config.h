@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Limits that are fixed when the library is built. */
 #ifndef SPDM_LIB_CONFIG_H
 #define SPDM_LIB_CONFIG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The requests of a requester. Each call sends one request, or as many as it
  * takes, and checks what comes back.
  *

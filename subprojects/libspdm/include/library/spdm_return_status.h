@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Status of every call: severity in bits 31..28, source in bits 23..16, code
  * in bits 15..0. Success is 0. */
 #ifndef SPDM_RETURN_STATUS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* SPDM over MCTP, DMTF DSP0275: one message-type byte before each message. */
 #ifndef SPDM_MCTP_TRANSPORT_LIB_H
 #define SPDM_MCTP_TRANSPORT_LIB_H

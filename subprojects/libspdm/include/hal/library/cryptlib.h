@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Certificates as the crypto layer sees them. C linkage is the includer's
  * business: this header, like all outside library/, does not ask for it. */
 #ifndef CRYPTLIB_H

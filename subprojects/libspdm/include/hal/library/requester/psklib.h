@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Keys from a pre-shared secret: never asked for by this library. */
 #ifndef REQUESTER_PSKLIB_H
 #define REQUESTER_PSKLIB_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Signing for mutual authentication: defined by programs that take part in it,
  * never called by this library. */
 #ifndef REQUESTER_REQASYMSIGNLIB_H

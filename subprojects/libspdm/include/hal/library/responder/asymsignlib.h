@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Signing of a responder: never called by this library. */
 #ifndef RESPONDER_ASYMSIGNLIB_H
 #define RESPONDER_ASYMSIGNLIB_H
