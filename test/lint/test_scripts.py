@@ -90,5 +90,6 @@ def test_a_lint_that_there_is_not():
                             check=False, capture_output=True, text=True)
     assert result.returncode == 1
     assert result.stdout == ""
-    assert result.stderr == ("run: there is no lint rulse, only: layout rules "
-                             "mirror sim_rooms shell python tidy\n")
+    assert result.stderr == ("run: there is no lint rulse, only: layout "
+                             "license rules mirror sim_rooms shell python "
+                             "tidy\n")
