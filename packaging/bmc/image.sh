@@ -9,7 +9,7 @@ kernel_modules=(i2c-aspeed i2c-mux-pca954x mdio-aspeed ftgmac100)
 # The last two are what the tool's and the simulator's packages depend on.
 board_packages=(busybox dbus-broker dropbear-bin kmod systemd systemd-sysv
     libssl3 libstdc++6)
-cross_packages=(build-essential crossbuild-essential-armhf debhelper
+cross_packages=(build-essential crossbuild-essential-armhf dbus debhelper
     meson ninja-build nlohmann-json3-dev pkg-config:armhf libboost-dev:armhf
     libgtest-dev:armhf libssl-dev:armhf libstdc++6:armhf libsystemd-dev:armhf)
 

@@ -14,7 +14,7 @@ import sys
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "test/e2e"))
+sys.path[:0] = [str(ROOT), str(ROOT / "test/e2e")]
 
 import harness  # noqa: E402  (the path above leads to it)
 
@@ -36,7 +36,7 @@ def ssh(script):
 def shell(script, data=""):
     """Runs a script to its end, which must be a good one; its output."""
     result = subprocess.run(ssh(script), input=data, capture_output=True,
-                            text=True, errors="surrogateescape",
+                            encoding="utf-8", errors="surrogateescape",
                             timeout=PATIENCE, check=False)
     assert result.returncode == 0, (script, result)
     return result.stdout
@@ -50,6 +50,16 @@ def holds(condition):
 def write(path, text):
     """Puts a file on the board."""
     shell(f"cat >{shlex.quote(path)}", text)
+
+
+class Folder(pathlib.PurePosixPath):
+    """A place on the board, for cases that write files."""
+
+    def write_text(self, text):
+        write(str(self), text)
+
+    def write_bytes(self, data):
+        self.write_text(data.decode("utf-8", "surrogateescape"))
 
 
 class Session(harness.Session):
@@ -82,6 +92,7 @@ class Board(harness.Bmc):
 
     def __init__(self, folder):
         super().__init__(folder)
+        self.folder = Folder("/run/case")
         self._runs = 0
         # Its clock falls behind when the machine is busy.
         shell(f"date -s @{time.time():.0f} >/dev/null; "

@@ -15,8 +15,8 @@ sys.path.insert(0, str(ROOT / "bench"))
 
 import cases  # noqa: E402  (the path above leads to it)
 
-ROUNDS = 20
-WARM_UP = 2
+ROUNDS = 10
+WARM_UP = 1
 DEVICE = ["-o", "attest", "-a", hex(cases.ADDRESS)]
 MODULE = "/usr/lib/arm-linux-gnueabihf/zantric/zantric-attest.so"
 

@@ -57,7 +57,9 @@ from test_update_wait import (  # noqa: F401
     test_the_signal_ends_the_run_whenever_it_comes,
     test_verbose_prints_the_refreshed_data)
 from test_volumes import (  # noqa: F401
+    test_a_request_comes_from_a_file,
     test_a_volume_is_created_from_named_drives,
+    test_an_edit_comes_from_a_file,
     test_automatic_configuration_takes_every_member,
     test_editing_sends_the_resource_id_behind_the_address,
     test_several_volumes_share_the_drives,
