@@ -4,7 +4,10 @@
 # shellcheck disable=SC2154  # root comes from scripts/lib.sh
 
 cache=$root/build-bmc
-mirror=${MIRROR:-http://deb.debian.org/debian}
+# The machine's own.
+# shellcheck disable=SC2016  # apt-get fills in the address
+mirror=${MIRROR:-$(apt-get indextargets --format '$(REPO_URI)' \
+    'Identifier: Packages' 'Codename: bookworm' | head -n 1)}
 kernel_modules=(i2c-aspeed i2c-mux-pca954x mdio-aspeed ftgmac100)
 # The last two are what the tool's and the simulator's packages depend on.
 board_packages=(busybox dbus-broker dropbear-bin kmod systemd systemd-sysv
