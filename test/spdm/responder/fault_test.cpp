@@ -141,17 +141,18 @@ class SpoiledTest : public testing::TestWithParam<Spoiled>
     {
         for (bool isRepaired : {false, true})
         {
-            Asking asking(with(R"({"at": ")" + std::string(request) +
-                               R"(", "kind": ")" + GetParam().kind + "\"}"),
-                          GetParam().version,
-                          [&](size_t, Bytes& answer)
-                          {
-                              bool isIt =
-                                  answer[2] == 0x03 || answer[2] == 0x60;
-                              answer[answer.size() - GetParam().fromEnd] ^=
-                                  isIt && isRepaired ? 1 : 0;
-                              return test::Delivery::normal;
-                          });
+            Asking asking(
+                with(R"({"at": ")" + std::string(request) + R"(", "kind": ")" +
+                     GetParam().kind + "\"}"),
+                GetParam().version,
+                [&](size_t, Bytes& answer)
+                {
+                    if (isRepaired && (answer[2] == 0x03 || answer[2] == 0x60))
+                    {
+                        answer[answer.size() - GetParam().fromEnd] ^= 1;
+                    }
+                    return test::Delivery::normal;
+                });
             EXPECT_EQ(asking.readChain(), 0U);
             EXPECT_EQ(step(asking), isRepaired ? 0U : GetParam().status);
         }
