@@ -68,9 +68,9 @@ std::optional<sdbusplus::message_t> askForBus(const DbusConnPtr& conn,
             return std::move(*reply);
         }
     }
+    // Told below, like a refusal. NOLINTNEXTLINE(bugprone-empty-catch)
     catch (const sdbusplus::exception::SdBusError&)
     {
-        // Told below, like a refusal.
     }
     lg2::error("[ERR] Failed to get BusPath from {SRV}", "SRV", service);
     return std::nullopt;
