@@ -226,7 +226,8 @@ build_for_arm() {
     # shellcheck disable=SC2016
     in_cross /src sh -ec '[ -f "$0/build.ninja" ] || meson setup "$0" \
             --cross-file packaging/cross/arm-linux-gnueabihf.ini "$@"
-        ninja -C "$0" --quiet' "$@" >"$cache/$1.log" 2>&1 ||
+        ninja -C "$0" --quiet' "$1" "${at_once[@]}" "${@:2}" \
+        >"$cache/$1.log" 2>&1 ||
         fail "the build for ARM failed; see $cache/$1.log"
 }
 
