@@ -118,7 +118,7 @@ Descriptor tryLock(const std::string& path)
     require(file.isOpen(), "open");
     const bool locked = flock(file.number(), LOCK_EX | LOCK_NB) == 0;
     require(locked || errno == EWOULDBLOCK || errno == EINTR, "flock");
-    return locked && isNamed(file, path) ? std::move(file) : Descriptor(-1);
+    return locked && isNamed(file, path) ? std::move(file) : Descriptor();
 }
 
 Descriptor lockedFile(const std::string& path,

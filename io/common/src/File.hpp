@@ -14,7 +14,7 @@ namespace io
 class Descriptor
 {
   public:
-    explicit Descriptor(int number) noexcept : fd(number)
+    explicit Descriptor(int number = -1) noexcept : fd(number)
     {
     }
 
