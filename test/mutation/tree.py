@@ -5,6 +5,7 @@ import contextlib
 import hashlib
 import json
 import pathlib
+import re
 import shlex
 import subprocess
 
@@ -12,12 +13,30 @@ import subprocess
 # nothing.
 _OPTIONS = ("-Db_pch=false", "-Ddebug=false", "-Doptimization=0",
             "-Dwerror=false")
-_SOURCES = ("tool/*", "io/*", "subprojects/*/src/*", "subprojects/*/include/*")
+_PLANTED = re.compile(
+    r"(tool|io|subprojects/[^/]+/(src|include))/.*\.(cpp|hpp|h)$")
 
 
 def _run(*words, **options):
     return subprocess.run(words, check=True, text=True,
                           stdout=subprocess.PIPE, **options).stdout
+
+
+class Sources:
+    """What faults are planted in, as a commit has it."""
+
+    def __init__(self, root, commit):
+        self.root, self.commit = root, commit
+
+    def names(self):
+        """Every such file."""
+        listed = _run("git", "-C", self.root, "ls-tree", "-r", "--name-only",
+                      self.commit)
+        return [name for name in listed.split() if _PLANTED.match(name)]
+
+    def read(self, name):
+        """The text of a file."""
+        return _run("git", "-C", self.root, "show", f"{self.commit}:{name}")
 
 
 class Tree:
@@ -41,11 +60,6 @@ class Tree:
         built, output = self.compile([])
         if not built:
             raise RuntimeError("The tree does not build:\n" + output)
-
-    def sources(self):
-        """Every file that faults are planted in."""
-        names = _run("git", "ls-files", *_SOURCES, cwd=self.path).split()
-        return [name for name in names if name.endswith((".cpp", ".hpp", ".h"))]
 
     def read(self, name):
         """The text of a file."""
