@@ -133,7 +133,7 @@ _FAULTS = (
     ("io/common/src/Targets.hpp", "a wrong but valid object",
      '"/xyz/openbmc_project/state/chassis0"',
      '"/xyz/openbmc_project/state/chassis1"'),
-    ("io/common/spdm/CertChain.cpp", "the authority's refusal is told as its consent",
+    ("io/common/spdm/CertChain.cpp", "a refusal is told as consent",
      "peers, chain, size, trustAnchor, trustAnchorSize);\n    if (!trusted)",
      "peers, chain, size, trustAnchor, trustAnchorSize);\n    if (trusted)"),
     ("io/common/spdm/Authenticate.cpp", "the roots loaded after the slots",
@@ -141,7 +141,8 @@ _FAULTS = (
      "    KeyUsageMap slots;\n    if (!LIBSPDM_STATUS_IS_ERROR(status))\n"
      "    {\n        status = readSlots(negotiated, slots);\n    }",
      "    }\n    KeyUsageMap slots;\n"
-     "    status = readSlots(negotiated, slots);\n    if (!rootCertDir.empty() && !LIBSPDM_STATUS_IS_ERROR(status))\n"
+     "    status = readSlots(negotiated, slots);\n"
+     "    if (!rootCertDir.empty() && !LIBSPDM_STATUS_IS_ERROR(status))\n"
      "    {\n        status = loadRootCert(rootCertDir, negotiated);\n    }"),
     ("tool/attest/module.cpp", "a module of any version",
      "if (std::strcmp(version, ATTEST_MODULE_VERSION) != 0)",
