@@ -67,6 +67,9 @@ class Worker:
         tests = near if is_first else [
             test for test in sorted(self.tests, key=self._order)
             if test not in near]
+        if is_first:
+            named = suite.mirrored(self.tree, near[0], fault.file)
+            tests = [named] * bool(named) + near
         with self.tree.planted(fault.file, fault.plant(original)):
             result = self._judge(tests)
         if result == {"result": PASSED} and (
@@ -78,15 +81,14 @@ class Worker:
         return self.seconds[test.name]
 
     def _judge(self, tests):
-        """What the tests say to what is planted."""
-        programs = {program for test in tests for program in test.programs}
-        built, _ = self.tree.compile(sorted(programs))
-        if not built:
-            return {"result": REFUSED}
-        changed = self.tree.changed(programs)
+        """What the tests say to what is planted; each is built when it is its
+        turn, since the first may be enough."""
         for test in tests:
+            built, _ = self.tree.compile(test.programs)
+            if not built:
+                return {"result": REFUSED}
             # Nothing to see for what runs the same programs.
-            if test.programs and not changed.intersection(test.programs):
+            if test.programs and not self.tree.changed(test.programs):
                 continue
             outcome = suite.run(
                 test, _LIMIT + _TIMES * self.seconds[test.name])

@@ -46,6 +46,8 @@ _MODULE = re.compile("attest")
 # Of the end-to-end tests, those that load what attests.
 _ATTESTS = re.compile(
     r"e2e (attest|faults_others|examples|sim|bus_policy|hardening)")
+# Programs with the cases of many sources.
+_ALL_AT_ONCE = ("io", "tool", "spdm")
 _FAILED = re.compile(r"^(?:\[  FAILED  \] (\S+?\.[^\s,]+)|FAILED (\S+)"
                      r"|ERROR (\S+))", re.M)
 _BEGUN = re.compile(r"^\[ RUN      \] (\S+)", re.M)
@@ -93,6 +95,20 @@ def near(all_tests, file):
     row = next(row for row in _NEAR if file.startswith(row[0]))
     return [test for pattern in row[1:] for test in all_tests
             if fnmatch.fnmatchcase(test.name, pattern)]
+
+
+def mirrored(tree, test, file):
+    """Those cases of a test that are named after the file; None where there
+    are none."""
+    stem = file.rpartition("/")[2].partition(".")[0].replace("_", "").lower()
+    cases = "".join(
+        path.read_text() for path in (tree.path / "test").rglob("*_test.cpp")
+        if path.name[:-len("_test.cpp")].replace("_", "") == stem)
+    suites = set(re.findall(r"\bTEST(?:_F|_P)?\(\s*(\w+)", cases))
+    if not suites or test.name not in _ALL_AT_ONCE:
+        return None
+    names = ":".join(f"{suite}.*:*/{suite}.*" for suite in sorted(suites))
+    return test._replace(words=[*test.words, "--gtest_filter=" + names])
 
 
 def _end(process):

@@ -57,7 +57,7 @@ class Tree:
         """Builds everything as it is."""
         if not (self.build / "build.ninja").exists():
             _run("meson", "setup", self.build, *_OPTIONS, cwd=self.path)
-        built, output = self.compile([])
+        built, output = self.compile()
         if not built:
             raise RuntimeError("The tree does not build:\n" + output)
 
@@ -75,8 +75,11 @@ class Tree:
         finally:
             (self.path / name).write_text(original)
 
-    def compile(self, programs):
-        """Whether the programs, or all, can be built, and what was said."""
+    def compile(self, programs=("all",)):
+        """Whether programs can be built, and what was said. Nothing is done
+        for none."""
+        if not programs:
+            return True, ""
         result = subprocess.run(
             ["ninja", "-C", self.build, "-j2", *programs], check=False,
             text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
@@ -87,9 +90,9 @@ class Tree:
         self._original = {name: self._digest(name) for name in programs}
 
     def changed(self, programs):
-        """Which of the programs a fault has changed."""
-        return {name for name in programs
-                if self._digest(name) != self._original[name]}
+        """Whether a fault has changed one of the programs."""
+        return any(self._digest(name) != self._original[name]
+                   for name in programs)
 
     def _digest(self, program):
         return hashlib.sha256((self.build / program).read_bytes()).digest()
