@@ -15,6 +15,8 @@ from typing import Any, NamedTuple
 from sim.launch import env as sim_env
 
 TIMEOUT = 20
+# Seconds asleep after which nothing is going to come any more.
+IDLE = 4
 # Handed on to the programs under test; all else is set to the same for all.
 _PASSED_ON = ("PATH", "LD_LIBRARY_PATH", "ASAN_OPTIONS", "LSAN_OPTIONS",
               "UBSAN_OPTIONS", "LLVM_PROFILE_FILE", "DBUS_SYSTEM_BUS_ADDRESS",
@@ -56,6 +58,40 @@ def environment(extra=None):
     return {name: value for name, value in kept.items() if value is not None}
 
 
+def _signs(process):
+    """What a process and its children do: whether they sleep, and how often
+    they have gone to sleep so far."""
+    folder = pathlib.Path(f"/proc/{process}")
+    try:
+        status = dict(line.split(":\t", 1) for line in
+                      (folder / "status").read_text().splitlines())
+        children = (folder / f"task/{process}/children").read_text().split()
+    except (FileNotFoundError, ProcessLookupError):
+        return []
+    own = (status["State"][0], status["voluntary_ctxt_switches"])
+    return [own] + [sign for child in children for sign in _signs(child)]
+
+
+class Patience:
+    """How long to wait for something: some seconds, but not while everybody
+    sleeps who could make it happen."""
+
+    def __init__(self, timeout, *processes):
+        self.processes = [process.pid for process in processes if process]
+        self.end = time.monotonic() + timeout
+        self.idle, self.signs = 0, None
+
+    def step(self):
+        """Seconds until one should ask again; 0 when it is over."""
+        now = time.monotonic()
+        signs = [sign for process in self.processes
+                 for sign in _signs(process)]
+        if not signs or signs != self.signs or not {"R", "D"}.isdisjoint(
+                dict(signs)):
+            self.idle, self.signs = now + IDLE, signs
+        return 0.2 if now < min(self.end, self.idle) else 0
+
+
 class Watch:
     """Waits for something to happen to a file, by inotify."""
 
@@ -67,12 +103,13 @@ class Watch:
                                        event)
         assert added >= 0, os.strerror(ctypes.get_errno())
 
-    def wait(self, deadline):
-        """Returns after the event; fails when the deadline passes."""
-        left = max(0, deadline - time.monotonic())
-        ready, _, _ = select.select([self.descriptor], [], [], left)
-        assert ready, "the awaited event never came"
-        os.read(self.descriptor, 65536)
+    def wait(self, patience):
+        """Returns after the event; fails when there is no patience left."""
+        while step := patience.step():
+            if select.select([self.descriptor], [], [], step)[0]:
+                os.read(self.descriptor, 65536)
+                return
+        raise AssertionError("the awaited event never came")
 
     def close(self):
         os.close(self.descriptor)
@@ -81,8 +118,9 @@ class Watch:
 class Session:
     """A run that the test talks to while it goes on."""
 
-    def __init__(self, process):
+    def __init__(self, process, simulator=None):
         self.process = process
+        self.simulator = simulator
         self._seen = {"out": b"", "err": b""}
 
     def signal(self, number):
@@ -90,29 +128,39 @@ class Session:
 
     def read_until(self, text, timeout=TIMEOUT, stream="out"):
         """Everything the program has written so far, once the text is in it."""
-        deadline = time.monotonic() + timeout
+        patience = self.patience(timeout)
         pipes = {"out": self.process.stdout, "err": self.process.stderr}
         descriptor = pipes[stream].fileno()
         while text.encode() not in self._seen[stream]:
-            left = max(0, deadline - time.monotonic())
-            ready, _, _ = select.select([descriptor], [], [], left)
+            step = patience.step()
+            ready, _, _ = select.select([descriptor], [], [], step)
+            if step and not ready:
+                continue
             data = os.read(descriptor, 65536) if ready else b""
             assert data, f"{text!r} never came, but {self._seen!r}"
             self._seen[stream] += data
         return _text(self._seen[stream])
 
+    def patience(self, timeout=TIMEOUT):
+        """How long this run is waited for."""
+        return Patience(timeout, self.process, self.simulator)
+
     def end(self, timeout=TIMEOUT):
         """Waits for the end of the run."""
-        try:
-            out, err = self.process.communicate(timeout=timeout)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
-            out, err = self.process.communicate()
-            raise AssertionError(
-                f"no end after {timeout} s; wrote {self._seen}, {out!r}, "
-                f"{err!r}") from None
-        return Result(_text(self._seen["out"] + out),
-                      _text(self._seen["err"] + err), self.process.returncode)
+        patience = self.patience(timeout)
+        while step := patience.step():
+            try:
+                out, err = self.process.communicate(timeout=step)
+            except subprocess.TimeoutExpired:
+                continue
+            return Result(_text(self._seen["out"] + out),
+                          _text(self._seen["err"] + err),
+                          self.process.returncode)
+        self.process.kill()
+        out, err = self.process.communicate()
+        raise AssertionError(
+            f"no end after {timeout} s, or of its sleep; wrote {self._seen}, "
+            f"{out!r}, {err!r}")
 
 
 class OwnBus:
@@ -153,7 +201,7 @@ class Bmc:
             [program or os.environ["ZANTRIC"], *arguments],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
             stderr=subprocess.PIPE, env=environment(env), cwd=cwd)
-        session = Session(process)
+        session = Session(process, self.simulator)
         self.sessions.append(session)
         return session
 
@@ -169,7 +217,8 @@ class Bmc:
 
     def wait_call(self, member, count=1, timeout=TIMEOUT):
         """Blocks until the member was called that often; that call."""
-        deadline = time.monotonic() + timeout
+        patience = Patience(timeout, self.simulator,
+                            *(session.process for session in self.sessions))
         watch = Watch(self.log)
         try:
             while True:
@@ -177,7 +226,7 @@ class Bmc:
                          if call.member == member]
                 if len(found) >= count:
                     return found[count - 1]
-                watch.wait(deadline)
+                watch.wait(patience)
         finally:
             watch.close()
 

@@ -1,11 +1,17 @@
 # SPDX-License-Identifier: Apache-2.0
 """Attestation of well-behaved devices: the flow and its journal records."""
 
+import os
+import pathlib
+import re
+import shutil
+
 import pytest
 
 import attest_support as a
 import scenarios as s
 from attest_support import ERROR, INFO
+from harness import sim_env
 
 
 @pytest.fixture(autouse=True)
@@ -213,8 +219,6 @@ def test_the_module_is_not_sought_in_the_current_folder(bmc, tmp_path):
 
 def test_a_broken_module_is_reported(bmc, tmp_path):
     """The one next to the program is taken, whatever is in it."""
-    import os
-    import shutil
     copy = tmp_path / "zantric"
     shutil.copy(os.environ["ZANTRIC"], copy)
     (tmp_path / "zantric-attest.so").write_bytes(b"not a module")
@@ -223,3 +227,20 @@ def test_a_broken_module_is_reported(bmc, tmp_path):
     assert result.status == 255
     assert result.out == a.output("Attest Device: " + str(
         tmp_path / "zantric-attest.so") + ": file too short\n")
+
+
+def test_a_module_of_another_version_is_refused(bmc, tmp_path):
+    """Whatever it could do: what it takes may be laid out differently."""
+    tool = pathlib.Path(os.environ["ZANTRIC"])
+    shutil.copy(tool, tmp_path / "zantric")
+    module = (tool.parent / "zantric-attest.so").read_bytes()
+    own = re.search(r"\n    version: '(.*)'", (sim_env.ROOT / "meson.build")
+                    .read_text()).group(1).encode() + b"\0"
+    assert own in module
+    (tmp_path / "zantric-attest.so").write_bytes(
+        module.replace(own, b"9" + own[1:]))
+    bmc.start(a.attested(a.device()))
+    result = a.attest(bmc, program=str(tmp_path / "zantric"))
+    assert (result, bmc.calls()) == (
+        (a.output("Attest Device: the module is of another version\n"), "",
+         255), [])

@@ -341,7 +341,7 @@ def test_a_run_waits_for_the_turn_of_another(bmc):
         fcntl.flock(other, fcntl.LOCK_EX)
         watch = Watch(other.name, IN_OPEN)
         session = bmc.spawn("-o", "event", "-p", "hide=2")
-        watch.wait(time.monotonic() + 20)
+        watch.wait(session.patience())
         watch.close()
         assert session.process.poll() is None
         assert bmc.calls() == []

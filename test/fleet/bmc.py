@@ -8,7 +8,7 @@ import signal
 import time
 
 import host
-from world import Failure, Watch
+from world import Failure, Patience, Watch
 
 PATIENCE = 60
 _DAEMONS = ("python3", "dbus-daemon", "systemd-journald", "bmcsim", "dropbear")
@@ -79,9 +79,9 @@ class Bmc:
         """Returns when the method was called that often."""
         watch = Watch(self.path(host.CALLS))
         try:
-            deadline = time.monotonic() + PATIENCE
+            patience = Patience(PATIENCE)
             while len(self.calls(member)) < count:
-                watch.wait(deadline)
+                watch.wait(patience)
         finally:
             watch.close()
 

@@ -7,10 +7,10 @@ import sys
 _TREE = pathlib.Path(__file__).resolve().parents[2]
 sys.path[:0] = [str(_TREE), str(_TREE / "test/e2e")]
 
-from harness import Watch  # noqa: E402
+from harness import Patience, Watch  # noqa: E402
 from sim.launch.env import (ROOT, Failure, enter, start_bmc,  # noqa: E402
                             start_bus, start_journal, start_process,
                             stop_process)
 
-__all__ = ["ROOT", "Failure", "Watch", "enter", "start_bmc", "start_bus",
-           "start_journal", "start_process", "stop_process"]
+__all__ = ["ROOT", "Failure", "Patience", "Watch", "enter", "start_bmc",
+           "start_bus", "start_journal", "start_process", "stop_process"]

@@ -150,6 +150,23 @@ TEST(BusCall, aSilentPeerIsAnException)
     EXPECT_EQ(failureOf(sharedBus().connect(soon), service.name()), late);
 }
 
+/** How often this process went to sleep. */
+long sleeps()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_nvcsw;
+}
+
+TEST(BusCall, aSilentPeerIsWaitedForAsleep)
+{
+    const Service service(sharedBus(), [](sd_bus_message*) {});
+    const DbusConnPtr conn = sharedBus().connect(soon);
+    const long before = sleeps();
+    EXPECT_EQ(failureOf(conn, service.name()), late);
+    EXPECT_GT(sleeps(), before);
+}
+
 TEST(BusCall, aBusThatEndsIsAnExceptionInThisCallAndTheNext)
 {
     auto bus = std::make_unique<PrivateBus>();

@@ -5,14 +5,51 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <system_error>
 #include <thread>
 #include <vector>
+
+namespace
+{
+
+/** What the storage was told, in its order, and what it answers. */
+struct Storage
+{
+    std::vector<std::string> told;
+    int fileError{0};
+    int folderError{0};
+};
+
+Storage storage;
+
+} // namespace
+
+// Instead of the C library's, to see what comes in which order and to fail.
+extern "C" int fsync(int fd)
+{
+    struct stat status = {};
+    const bool isFolder = fstat(fd, &status) == 0 && S_ISDIR(status.st_mode);
+    storage.told.emplace_back(isFolder ? "folder" : "file");
+    const int error = isFolder ? storage.folderError : storage.fileError;
+    errno = error;
+    return error == 0 ? 0 : -1;
+}
+
+extern "C" int rename(const char* from, const char* to) noexcept
+{
+    storage.told.emplace_back("rename");
+    return static_cast<int>(
+        syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
 
 namespace
 {
@@ -104,6 +141,52 @@ TEST_F(Files, areWrittenWholeInATurn)
     EXPECT_EQ(contentOf(path), "new");
     write("");
     EXPECT_EQ(contentOf(path), "");
+    EXPECT_EQ(count(), 1U);
+}
+
+TEST_F(Files, areOnTheStorageBeforeTheyHaveTheirName)
+{
+    storage = {};
+    replaceFile(path, "new");
+    EXPECT_EQ(storage.told, (std::vector<std::string>{"file", "rename"}));
+    storage = {};
+    write("newer");
+    EXPECT_EQ(storage.told,
+              (std::vector<std::string>{"file", "rename", "folder"}));
+    storage = {};
+}
+
+TEST_F(Files, keepTheirContentWhereTheStorageFails)
+{
+    put(path, "old");
+    storage = {.told = {}, .fileError = EIO, .folderError = 0};
+    EXPECT_EQ(errorOf([this] { replaceFile(path, "new"); }), EIO);
+    EXPECT_EQ(errorOf([this] { write("new"); }), EIO);
+    EXPECT_EQ(contentOf(path), "old");
+    EXPECT_EQ(count(), 1U);
+    // Not every file system can bring a folder to the storage.
+    storage = {.told = {}, .fileError = 0, .folderError = EINVAL};
+    write("new");
+    storage.folderError = EIO;
+    EXPECT_EQ(errorOf([this] { write("newer"); }), EIO);
+    storage = {};
+}
+
+TEST_F(Files, areNotReplacedByHalfOfThem)
+{
+    put(path, "old");
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const rlimit tight{4, usual.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
+    const int replaced = errorOf([this] { replaceFile(path, "longer"); });
+    const int written = errorOf([this] { write("longer"); });
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(replaced, EFBIG);
+    EXPECT_EQ(written, EFBIG);
+    EXPECT_EQ(contentOf(path), "old");
     EXPECT_EQ(count(), 1U);
 }
 

@@ -20,7 +20,7 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr unsigned longest = 60; // seconds that a wait may hang
+constexpr unsigned longest = 4; // seconds that a wait may hang
 constexpr int ended = 7;
 
 void say(const char* word)
@@ -58,11 +58,20 @@ Service signalling(const PrivateBus& bus, bool first)
                    });
 }
 
+/** Each wait of this process has that time of its own. */
+void hangShortly()
+{
+    io::bus::beforeWaiting = []
+    {
+        say("flushed");
+        alarm(longest);
+    };
+}
+
 /** Calls the service and waits for its signal, which ends the process. */
 void waitForSignal(bool first)
 {
-    alarm(longest);
-    io::bus::beforeWaiting = [] { say("flushed"); };
+    hangShortly();
     const PrivateBus bus;
     const Service service = signalling(bus, first);
     const DbusConnPtr conn = bus.connect();
@@ -83,7 +92,7 @@ void waitForSignal(bool first)
 /** Waits on a bus that is gone by then. */
 void waitWithoutABus()
 {
-    alarm(longest);
+    hangShortly();
     auto bus = std::make_unique<PrivateBus>();
     const DbusConnPtr conn = bus->connect();
     try
@@ -107,7 +116,7 @@ bool isPending = false;
 /** Waits for a timer on a loop that a connection keeps busy for ever. */
 [[noreturn]] void waitForTimer()
 {
-    alarm(longest);
+    hangShortly();
     const PrivateBus bus;
     const DbusConnPtr conn = bus.connect();
     boost::asio::steady_timer timer(io::bus::ioContext(), 20ms);

@@ -277,6 +277,7 @@ TEST_F(Flow, keyUsageOf13DecidesPerSlot)
 {
     negotiate(0x1300);
     scripted.slotMask = 0x8B;
+    scripted.blocks = 1;
     scripted.peers[{LIBSPDM_DATA_PEER_KEY_PAIR_ID, 1}] = 200;
     scripted.peers[{LIBSPDM_DATA_PEER_CERT_INFO, 1}] = 0x1F;
     scripted.peers[{LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, 1}] = 0xC004;
@@ -295,6 +296,7 @@ TEST_F(Flow, keyUsageOf13DecidesPerSlot)
     EXPECT_FALSE(called("challenge 0"));
     EXPECT_FALSE(called("challenge 1"));
     EXPECT_TRUE(called("measure 0 attributes 0 slot 1"));
+    EXPECT_TRUE(called("measure 1 attributes 1 slot 1"));
     EXPECT_TRUE(called("challenge 3"));
     EXPECT_TRUE(called("challenge 7"));
     EXPECT_FALSE(called("measure 0 attributes 0 slot 7"));

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "test/io/spdm/spdm_fixture.hpp"
 
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -240,6 +244,27 @@ TEST(Socket, theFileIsThereUntilTheLastOfThemEnds)
     EXPECT_EQ(journalOf([&] { third.uninit(); }), Lines{});
     EXPECT_FALSE(exists(ownPath));
     EXPECT_FALSE(exists(ownLock));
+}
+
+// A set of select(2) has no place for it.
+TEST(Socket, itsDescriptorMayBeTooHighToWaitFor)
+{
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit.rlim_cur = std::max<rlim_t>(limit.rlim_cur, FD_SETSIZE + 8);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    std::vector<int> taken{open("/dev/null", O_RDONLY)};
+    while (taken.back() != -1 && taken.back() < FD_SETSIZE - 1)
+    {
+        taken.push_back(dup(taken.back()));
+    }
+    UdsSocket socket;
+    ASSERT_EQ(socket.init(), 0);
+    EXPECT_EQ(socket.sendToSelf(std::array<uint8_t, 1>{1}), 1);
+    uint8_t byte = 0;
+    EXPECT_EQ(journalOf([&] { EXPECT_EQ(socket.receive(&byte, 1, 0), -1); }),
+              Lines{"<3> [ERR] select failed"});
+    std::for_each(taken.begin(), taken.end(), close);
 }
 
 TEST(Socket, nobodyElseCanSendIntoIt)

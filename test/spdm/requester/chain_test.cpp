@@ -235,6 +235,26 @@ TEST_F(Chain, lengthsAndTails)
     }
 }
 
+TEST_F(Chain, itsLengthIsWhatItSays)
+{
+    for (const size_t byte : {0, 1})
+    {
+        Der chain = chainOf(pki);
+        chain.at(byte) ^= 1;
+        EXPECT_FALSE(isWhole(chain)) << byte;
+    }
+}
+
+TEST_F(Chain, noAuthorityFollowsItself)
+{
+    const auto isWholeRow = [&](std::initializer_list<Der> row)
+    { return isWhole(test::makeChain(pki.root, test::join(row))); };
+    EXPECT_TRUE(isWholeRow({pki.middle, pki.leaf}));
+    EXPECT_FALSE(isWholeRow({pki.middle, pki.middle, pki.leaf}));
+    // But a root vouches for itself.
+    EXPECT_TRUE(isWholeRow({pki.root, pki.root, pki.middle, pki.leaf}));
+}
+
 TEST_F(Chain, orderMatters)
 {
     Der row = test::join({pki.root, pki.leaf, pki.middle});

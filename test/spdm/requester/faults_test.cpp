@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace
 {
 
@@ -289,9 +291,12 @@ TEST(Fields, wrongOnesHaveTheirStatus)
         {"version of the header", 1, 1, 0x11, 0x80010005},
         {"another code", 1, 2, 0x63, 0x80010005},
         {"reserved capability", 1, 9, 0x1E, 0x80010005},
+        {"a time beyond all waiting", 1, 6, 32, 0x80010005},
         {"DataTransferSize of zero", 1, 14, 0, 0x80010005},
         {"length of ALGORITHMS", 2, 5, 40, 0x80010006},
         {"two signature algorithms", 2, 13, 0x90, 0x80010005},
+        {"no signature algorithm", 2, 13, 0, 0x80010007},
+        {"a signature that was not offered", 2, 13, 0x10, 0x80010007},
         {"no hash algorithm", 2, 17, 0, 0x80010007},
         {"a hash that was not offered", 2, 17, 4, 0x80010007},
         {"no measurement specification", 2, 7, 0, 0x80010005},
@@ -318,6 +323,50 @@ TEST(Fields, wrongOnesHaveTheirStatus)
                                     { answer.at(row.offset) = row.value; }));
         EXPECT_EQ(statusOf(outcome, row.step), row.status) << row.what;
     }
+}
+
+TEST(Fields, theLongestTimeIsWaitedFor)
+{
+    Session session(test::deviceOf(test::Settings{}),
+                    at(1, [](Message& answer) { answer.at(6) = 31; }));
+    EXPECT_EQ(session.connect(), 0U);
+    EXPECT_EQ(session.digests(), 0U);
+    EXPECT_EQ(session.timeouts.back(), 1000000 + (uint64_t{1} << 31));
+}
+
+TEST(Fields, aChainOfMoreThan64kBEndsWithItsFirstPortion)
+{
+    Session session(test::deviceOf(test::Settings{}),
+                    at(certificateStep, [](Message& answer)
+                       { answer.at(7) = answer.at(8) = 0xFF; }));
+    EXPECT_EQ(session.attest().certificate, LIBSPDM_STATUS_INVALID_MSG_FIELD);
+    EXPECT_EQ(session.sent.size(), certificateStep + 1);
+}
+
+TEST(Fields, theCertificateOfSlot0IsNeverGeneric)
+{
+    constexpr size_t info = 5 + 48 + 1; // behind the digest and the key pair
+    constexpr test::Settings settings{.version = 0x13, .multiKey = true};
+    EXPECT_EQ(
+        attest(at(digestStep, [](Message& answer) { answer.at(info) = 3; }),
+               settings)
+            .digest,
+        LIBSPDM_STATUS_INVALID_MSG_FIELD);
+    // DIGESTS says nothing of it, and then CERTIFICATE does.
+    Outcome outcome = attest(
+        [](size_t step, Message& answer)
+        {
+            if (step == digestStep)
+            {
+                std::fill(answer.begin() + 5, answer.begin() + 5 + 48, 0);
+                answer.at(info) = 0;
+            }
+            answer.at(4) = step == certificateStep ? 3 : answer.at(4);
+            return Delivery::normal;
+        },
+        settings);
+    EXPECT_EQ(outcome.digest, 0U);
+    EXPECT_EQ(outcome.certificate, LIBSPDM_STATUS_INVALID_MSG_FIELD);
 }
 
 TEST(Signatures, everyByteCounts)
@@ -385,6 +434,21 @@ TEST(Chunks, thatDoNotFitAreRefused)
                                  {.chunk = 200}, {.tellsLength = true});
         EXPECT_EQ(outcome.certificate, LIBSPDM_STATUS_RECEIVE_FAIL) << row.what;
     }
+}
+
+TEST(Chunks, silenceIsNotTheChunkBefore)
+{
+    Session session(
+        test::deviceOf(test::Settings{.chunk = 200, .valueSize = 2000}),
+        [](size_t, Message& answer)
+        {
+            const bool isSecond =
+                answer.at(2) == SPDM_CHUNK_RESPONSE && answer.at(5) == 1;
+            return isSecond ? Delivery::nothing : Delivery::normal;
+        });
+    EXPECT_EQ(session.connect(), 0U);
+    // Nothing is a message without a type, and no chunk that came twice.
+    EXPECT_EQ(session.measure(1, false), LIBSPDM_STATUS_UNSUPPORTED_CAP);
 }
 
 TEST(Chunks, withoutTheCapabilityAnnouncementsAreErrors)

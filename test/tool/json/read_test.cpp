@@ -74,6 +74,9 @@ TEST(ReadValue, isZeroForWhatNoIntegerHolds)
         EXPECT_EQ(readValue<uint64_t>(number), 0U) << number;
     }
     EXPECT_EQ(readValue<uint64_t>(-9223372036854775808.0), uint64_t{1} << 63);
+    // The largest double below 2^64.
+    EXPECT_EQ(readValue<uint64_t>(18446744073709549568.0),
+              18446744073709549568U);
 }
 
 TEST(ReadValue, otherTypesAreTheLibrarys)

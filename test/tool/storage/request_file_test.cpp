@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <stdexcept>
@@ -90,6 +91,17 @@ TEST_F(RequestFile, nestedTooDeepIsAnException)
     EXPECT_THROW(readText(open + close), std::length_error);
     testing::internal::GetCapturedStderr();
     EXPECT_TRUE(readText(open.substr(1) + close.substr(1)));
+}
+
+TEST_F(RequestFile, asLongAsABusMessageIsRead)
+{
+    constexpr off_t longest = 128 << 20;
+    EXPECT_TRUE(readText("5"));
+    ASSERT_EQ(truncate(path.c_str(), longest), 0);
+    EXPECT_TRUE(read(path)) << "the JSON library ends at a zero";
+    ASSERT_EQ(truncate(path.c_str(), longest + 1), 0);
+    EXPECT_THROW(read(path), std::length_error);
+    testing::internal::GetCapturedStderr();
 }
 
 TEST_F(RequestFile, thatNeverEndsIsAnException)

@@ -42,6 +42,12 @@ class message
     {
     }
 
+    /** Whether there is a message. */
+    explicit operator bool() const
+    {
+        return bool(msg);
+    }
+
     /** The message for functions of sd-bus; still owned by this object. */
     msgp_t get()
     {
