@@ -243,10 +243,8 @@ TEST_F(Settings, itemsHaveTheirSizeAndPlace)
     EXPECT_EQ(set(LIBSPDM_DATA_CAPABILITY_FLAGS, 2, local), 0x80010001);
     EXPECT_EQ(set(LIBSPDM_DATA_CAPABILITY_RTT_US, 8, local), 0U);
     EXPECT_EQ(set(LIBSPDM_DATA_CAPABILITY_RTT_US, 8, connection), 0x80010001);
-    EXPECT_EQ(set(LIBSPDM_DATA_CAPABILITY_DATA_TRANSFER_SIZE, 4, local),
-              0x80010002);
-    EXPECT_EQ(set(LIBSPDM_DATA_HEARTBEAT_PERIOD, 1, local), 0x80010002);
-    EXPECT_EQ(set(LIBSPDM_DATA_MAX, 1, local), 0x80010001);
+    EXPECT_EQ(set(LIBSPDM_DATA_PEER_KEY_PAIR_ID, 1, connection), 0x80010002);
+    EXPECT_EQ(set(static_cast<libspdm_data_type_t>(1), 1, local), 0x80010001);
 }
 
 TEST_F(Settings, readsTellTheSize)
