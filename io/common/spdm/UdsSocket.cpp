@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "io/common/spdm/UdsSocket.hpp"
 
-#include "io/common/src/Executable.hpp"
+#include "io/common/src/File.hpp"
 #include "io/common/src/Text.hpp"
 
 #include <sys/select.h>
