@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/volume_params.hpp"
 
+#include "io/common/src/Text.hpp"
 #include "tool/output.hpp"
 
 #include <algorithm>
@@ -40,13 +41,8 @@ bool beginsWithDigit(std::string_view text)
 /** How many volumes the text asks for, at least 1. */
 unsigned long volumeCount(const std::string& params)
 {
-    constexpr std::string_view key = "Count=";
-    const std::size_t at = params.find(key);
-    if (at == std::string::npos || at + key.size() >= params.size())
-    {
-        return 1;
-    }
-    return std::max(std::stoul(params.substr(at + key.size())), 1UL);
+    const auto count = io::text::findValue(params, "Count=").value_or("");
+    return count.empty() ? 1 : std::max(std::stoul(count), 1UL);
 }
 
 /** References to the drives of a list; pieces that are no number are left. */
