@@ -5,6 +5,7 @@
 #include "tool/output.hpp"
 
 #include <algorithm>
+#include <ranges>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,18 +21,6 @@ namespace
 
 /** dbus-daemon's default for the longest message on the system bus, bytes. */
 constexpr std::size_t maxMessageSize = 32UL << 20;
-
-std::vector<std::string_view> split(std::string_view text, char separator)
-{
-    std::vector<std::string_view> pieces;
-    while (!text.empty())
-    {
-        const std::size_t end = std::min(text.find(separator), text.size());
-        pieces.push_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return pieces;
-}
 
 bool beginsWithDigit(std::string_view text)
 {
@@ -49,11 +38,12 @@ unsigned long volumeCount(const std::string& params)
 std::vector<json> driveLinks(std::string_view list)
 {
     std::vector<json> links;
-    for (std::string_view piece : split(list, ':'))
+    for (const auto piece : std::views::split(list, ':'))
     {
-        if (beginsWithDigit(piece))
+        const std::string id(piece.begin(), piece.end());
+        if (beginsWithDigit(id))
         {
-            links.push_back({{"@odata.id", std::stoul(std::string(piece))}});
+            links.push_back({{"@odata.id", std::stoul(id)}});
         }
     }
     return links;
@@ -111,8 +101,9 @@ void Volume::addPair(std::string_view key, std::string_view value)
 Volume parsePairs(std::string_view params)
 {
     Volume volume;
-    for (std::string_view pair : split(params, ','))
+    for (const auto piece : std::views::split(params, ','))
     {
+        const std::string_view pair(piece.begin(), piece.end());
         const std::size_t equals = pair.find('=');
         if (equals != std::string_view::npos)
         {
