@@ -3,6 +3,8 @@
 exit statuses."""
 
 import os
+import socket
+import threading
 
 import pytest
 
@@ -176,6 +178,27 @@ def test_no_bus_ends_with_an_exception(bmc):
     assert result.out.startswith("Exception: ")
     assert result.out.count("\n") == 1
     assert (result.err, result.status) == ("", 255)
+
+
+def test_a_bus_that_hangs_up_is_told(bmc):
+    """As a daemon does that has too many connections of this user."""
+    with socket.socket(socket.AF_UNIX) as listener:
+        listener.bind("")  # a name of the system's choice, no file
+        listener.listen()
+        name = listener.getsockname()[1:].decode()
+
+        def hang_up():
+            with listener.accept()[0] as connection:
+                connection.recv(4096)  # who the tool says that it is
+
+        daemon = threading.Thread(target=hang_up)
+        daemon.start()
+        result = bmc.run("-o", "list", env={
+            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:abstract={name}"})
+        daemon.join()
+    ended(result, status=255, out=(
+        "Exception: sd_bus_get_unique_name: System.Error.ENOTCONN: "
+        "Transport endpoint is not connected\n"))
 
 
 def test_output_that_cannot_be_written_is_a_failure(bmc):

@@ -19,8 +19,6 @@ using io::bus::Answer;
 using sdbusplus::exception::SdBusError;
 
 constexpr const char* nobody = "com.mervax.nobody";
-constexpr const char* path = "/com/mervax/test";
-constexpr const char* interface = "com.mervax.Test";
 constexpr uint64_t soon = 300'000; // microseconds
 constexpr uint64_t tenMinutes = 600'000'000;
 constexpr const char* late =
@@ -36,7 +34,8 @@ template <typename... Args>
 Answer<sdbusplus::message_t>
 callTest(const DbusConnPtr& conn, const std::string& name, const Args&... args)
 {
-    return io::bus::call(conn, {name.c_str(), path, interface}, "Do", args...);
+    return io::bus::call(conn, {name.c_str(), testPath, testInterface}, "Do",
+                         args...);
 }
 
 std::string textIn(sdbusplus::message_t& message)
@@ -67,7 +66,8 @@ void sendTo(sd_bus_message* call, const std::string& text)
 {
     sd_bus* bus = sd_bus_message_get_bus(call);
     sd_bus_message* signal = nullptr;
-    sd_bus_message_new_signal(bus, &signal, path, interface, "Happened");
+    sd_bus_message_new_signal(bus, &signal, testPath, testInterface,
+                              "Happened");
     sd_bus_message_set_destination(signal, sd_bus_message_get_sender(call));
     sd_bus_message_append(signal, "s", text.c_str());
     sd_bus_send(bus, signal, nullptr);
@@ -77,7 +77,7 @@ void sendTo(sd_bus_message* call, const std::string& text)
 
 void sendToAll(sd_bus_message* call, const char* text)
 {
-    sd_bus_emit_signal(sd_bus_message_get_bus(call), path, interface,
+    sd_bus_emit_signal(sd_bus_message_get_bus(call), testPath, testInterface,
                        "Happened", "s", text);
 }
 
@@ -301,7 +301,7 @@ TEST(BusCall, namesThatAreNoneEndTheCallBeforeItIsSent)
     {
         try
         {
-            io::bus::call(conn, {service, object, interface}, member);
+            io::bus::call(conn, {service, object, testInterface}, member);
         }
         catch (const SdBusError& error)
         {
@@ -309,9 +309,9 @@ TEST(BusCall, namesThatAreNoneEndTheCallBeforeItIsSent)
         }
         return "none";
     };
-    EXPECT_EQ(failure("com.mervax.\xff", path, "Do"), invalid);
+    EXPECT_EQ(failure("com.mervax.\xff", testPath, "Do"), invalid);
     EXPECT_EQ(failure(nobody, "/com/mervax/\xff", "Do"), invalid);
-    EXPECT_EQ(failure(nobody, path, "Do\xff"), invalid);
+    EXPECT_EQ(failure(nobody, testPath, "Do\xff"), invalid);
 }
 
 } // namespace

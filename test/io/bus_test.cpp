@@ -11,18 +11,15 @@
 namespace
 {
 
-constexpr const char* path = "/com/mervax/test";
-constexpr const char* interface = "com.mervax.Test";
-
 TEST(BusService, aWordIsItsNameAndItsRootObject)
 {
     const io::bus::Service service("rsa");
     EXPECT_EQ(service.name(), "com.mervax.rsa");
     EXPECT_EQ(service.path(), "/com/mervax/rsa");
-    const io::bus::Target target = service.at(interface);
+    const io::bus::Target target = service.at(testInterface);
     EXPECT_STREQ(target.service, "com.mervax.rsa");
     EXPECT_STREQ(target.path, "/com/mervax/rsa");
-    EXPECT_STREQ(target.interface, interface);
+    EXPECT_STREQ(target.interface, testInterface);
 }
 
 TEST(BusService, aWordIsTakenAsItIs)
@@ -35,16 +32,16 @@ TEST(BusService, aWordIsTakenAsItIs)
 
 TEST(BusTarget, itsPropertiesAreBesideIt)
 {
-    const io::bus::Target target{"com.a", path, interface};
+    const io::bus::Target target{"com.a", testPath, testInterface};
     const io::bus::Target properties = target.properties();
     EXPECT_STREQ(properties.service, "com.a");
-    EXPECT_STREQ(properties.path, path);
+    EXPECT_STREQ(properties.path, testPath);
     EXPECT_STREQ(properties.interface, "org.freedesktop.DBus.Properties");
 }
 
 TEST(BusSignal, aRuleEndsWithItsComma)
 {
-    EXPECT_EQ(io::bus::signalRule(interface, "Happened"),
+    EXPECT_EQ(io::bus::signalRule(testInterface, "Happened"),
               "type='signal', interface='com.mervax.Test', "
               "member='Happened',");
 }
@@ -74,7 +71,7 @@ class BusProperty : public testing::Test
     io::bus::Answer<T> read(const Service& service) const
     {
         return io::bus::property<T>(
-            conn, {service.name().c_str(), path, interface}, "State");
+            conn, {service.name().c_str(), testPath, testInterface}, "State");
     }
 
   private:
@@ -84,9 +81,9 @@ class BusProperty : public testing::Test
         const char* name = nullptr;
         return sd_bus_message_is_method_call(
                    call, "org.freedesktop.DBus.Properties", "Get") > 0 &&
-               std::strcmp(sd_bus_message_get_path(call), path) == 0 &&
+               std::strcmp(sd_bus_message_get_path(call), testPath) == 0 &&
                sd_bus_message_read(call, "ss", &of, &name) > 0 &&
-               std::strcmp(of, interface) == 0 &&
+               std::strcmp(of, testInterface) == 0 &&
                std::strcmp(name, "State") == 0;
     }
 };

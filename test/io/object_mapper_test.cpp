@@ -14,8 +14,6 @@ namespace
 
 using Names = std::vector<std::string>;
 
-constexpr const char* interface = "com.mervax.Test";
-
 /** A mapper on a bus of the test's own, and a connection to it. */
 class ObjectMapper : public testing::Test
 {
@@ -47,7 +45,7 @@ bool asksBelow(sd_bus_message* call, const char* wanted)
     const char* name = nullptr;
     return sd_bus_message_read(call, "sias", &path, &depth, 1, &name) > 0 &&
            std::strcmp(path, wanted) == 0 && depth == 1 &&
-           std::strcmp(name, interface) == 0;
+           std::strcmp(name, testInterface) == 0;
 }
 
 /** Replies so where the call is as it must be, and else with an error. */
@@ -65,14 +63,15 @@ TEST_F(ObjectMapper, theSubtreeIsInTheMappersOrder)
         [](sd_bus_message* call)
         {
             reply(call, isTo(call, "GetSubTree") && asksBelow(call, "/a"),
-                  "a{sa{sas}}", 2, "/a/z", 2, "com.b", 1, interface, "com.a", 2,
-                  interface, "com.mervax.Other", "/a/b", 0);
+                  "a{sa{sas}}", 2, "/a/z", 2, "com.b", 1, testInterface,
+                  "com.a", 2, testInterface, "com.mervax.Other", "/a/b", 0);
         });
-    const auto tree = io::mapper::getSubTree(conn, "/a", 1, interface);
+    const auto tree = io::mapper::getSubTree(conn, "/a", 1, testInterface);
     ASSERT_TRUE(tree) << tree.error().text;
     const io::mapper::SubTree wanted{
         {"/a/z",
-         {{"com.a", {interface, "com.mervax.Other"}}, {"com.b", {interface}}}},
+         {{"com.a", {testInterface, "com.mervax.Other"}},
+          {"com.b", {testInterface}}}},
         {"/a/b", {}}};
     EXPECT_EQ(*tree, wanted);
 }
@@ -85,7 +84,8 @@ TEST_F(ObjectMapper, soAreThePaths)
             reply(call, isTo(call, "GetSubTreePaths") && asksBelow(call, "/a"),
                   "as", 2, "/a/z", "/a/b");
         });
-    const auto paths = io::mapper::getSubTreePaths(conn, "/a", 1, interface);
+    const auto paths =
+        io::mapper::getSubTreePaths(conn, "/a", 1, testInterface);
     ASSERT_TRUE(paths) << paths.error().text;
     EXPECT_EQ(*paths, (Names{"/a/z", "/a/b"}));
 }
@@ -101,19 +101,21 @@ TEST_F(ObjectMapper, andTheServicesOfAnObject)
                 isTo(call, "GetObject") &&
                 sd_bus_message_read(call, "sas", &path, 1, &name) > 0 &&
                 std::strcmp(path, "/a") == 0 &&
-                std::strcmp(name, interface) == 0;
-            reply(call, right, "a{sas}", 2, "com.b", 1, interface, "com.a", 0);
+                std::strcmp(name, testInterface) == 0;
+            reply(call, right, "a{sas}", 2, "com.b", 1, testInterface, "com.a",
+                  0);
         });
-    const auto services = io::mapper::getServices(conn, "/a", interface);
+    const auto services = io::mapper::getServices(conn, "/a", testInterface);
     ASSERT_TRUE(services) << services.error().text;
     EXPECT_EQ(*services, (Names{"com.b", "com.a"}));
 }
 
 TEST_F(ObjectMapper, withoutOneThereIsAnErrorReply)
 {
-    const auto tree = io::mapper::getSubTree(conn, "/a", 1, interface);
-    const auto paths = io::mapper::getSubTreePaths(conn, "/a", 1, interface);
-    const auto services = io::mapper::getServices(conn, "/a", interface);
+    const auto tree = io::mapper::getSubTree(conn, "/a", 1, testInterface);
+    const auto paths =
+        io::mapper::getSubTreePaths(conn, "/a", 1, testInterface);
+    const auto services = io::mapper::getServices(conn, "/a", testInterface);
     ASSERT_FALSE(tree || paths || services);
     const std::string unknown = "org.freedesktop.DBus.Error.ServiceUnknown";
     EXPECT_EQ(tree.error().name, unknown);
@@ -127,10 +129,12 @@ TEST_F(ObjectMapper, anAnswerOfAnotherTypeIsAnException)
         mapper([](sd_bus_message* call)
                { sd_bus_reply_method_return(call, "s", "no list"); });
     using sdbusplus::exception::SdBusError;
-    EXPECT_THROW(io::mapper::getSubTree(conn, "/a", 1, interface), SdBusError);
-    EXPECT_THROW(io::mapper::getSubTreePaths(conn, "/a", 1, interface),
+    EXPECT_THROW(io::mapper::getSubTree(conn, "/a", 1, testInterface),
                  SdBusError);
-    EXPECT_THROW(io::mapper::getServices(conn, "/a", interface), SdBusError);
+    EXPECT_THROW(io::mapper::getSubTreePaths(conn, "/a", 1, testInterface),
+                 SdBusError);
+    EXPECT_THROW(io::mapper::getServices(conn, "/a", testInterface),
+                 SdBusError);
 }
 
 } // namespace

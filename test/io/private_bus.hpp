@@ -9,6 +9,10 @@
 #include <functional>
 #include <string>
 
+/** What a test's services offer. */
+constexpr const char* testPath = "/com/mervax/test";
+constexpr const char* testInterface = "com.mervax.Test";
+
 /** A dbus-daemon of the test's own, which ends with the object. */
 class PrivateBus
 {

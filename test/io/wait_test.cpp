@@ -20,8 +20,6 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr const char* path = "/com/mervax/test";
-constexpr const char* interface = "com.mervax.Test";
 constexpr unsigned longest = 4; // seconds that a wait may hang
 constexpr int ended = 7;
 
@@ -34,7 +32,7 @@ void say(const char* word)
 sdbusplus::bus::match_t endOnSignal(const DbusConnPtr& conn)
 {
     say("subscribed");
-    return {*conn, io::bus::signalRule(interface, "Happened"),
+    return {*conn, io::bus::signalRule(testInterface, "Happened"),
             [](sdbusplus::message_t&)
             {
                 say("signal");
@@ -51,7 +49,8 @@ Service signalling(const PrivateBus& bus, bool first)
                        const auto signal = [call]
                        {
                            sd_bus_emit_signal(sd_bus_message_get_bus(call),
-                                              path, interface, "Happened", "");
+                                              testPath, testInterface,
+                                              "Happened", "");
                        };
                        first ? signal() : void();
                        sd_bus_reply_method_return(call, "");
@@ -80,7 +79,8 @@ void waitForSignal(bool first)
     io::bus::ioContext().poll();
     const auto start = [&]
     {
-        const io::bus::Target target{service.name().c_str(), path, interface};
+        const io::bus::Target target{service.name().c_str(), testPath,
+                                     testInterface};
         const bool done = io::bus::call(conn, target, "Do").has_value();
         say(done ? "started" : "refused");
         return done;

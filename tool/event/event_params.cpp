@@ -30,7 +30,7 @@ T readNumber(const std::string& params, std::string_view key, T absent)
     return value ? static_cast<T>(std::stoul(*value)) : absent;
 }
 
-std::string readText(const std::string& params, std::string_view key)
+std::string paramText(const std::string& params, std::string_view key)
 {
     const std::string value = findValue(params, key).value_or("");
     return value.substr(0, value.find(';'));
@@ -57,9 +57,9 @@ EventParams readEventParams(const std::string& params)
     read.port = readNumber(params, "port=", read.port);
     read.severity = readNumber(params, "severity=", read.severity);
     read.senState = readNumber(params, "senState=", read.senState);
-    read.id = readText(params, "id=");
-    read.name = readText(params, "name=");
-    read.link = readText(params, "link=");
+    read.id = paramText(params, "id=");
+    read.name = paramText(params, "name=");
+    read.link = paramText(params, "link=");
     return read;
 }
 

@@ -12,6 +12,14 @@
 namespace io::bus
 {
 
+void check(int result, const char* step)
+{
+    if (result < 0)
+    {
+        throw sdbusplus::exception::SdBusError(-result, step);
+    }
+}
+
 boost::asio::io_context& ioContext()
 {
     static boost::asio::io_context context;
@@ -21,14 +29,13 @@ boost::asio::io_context& ioContext()
 DbusConnPtr connect()
 {
     sd_bus* bus = nullptr;
-    const int rc = sd_bus_default(&bus);
-    if (rc < 0)
-    {
-        throw sdbusplus::exception::SdBusError(-rc, "sd_bus_default");
-    }
+    check(sd_bus_default(&bus), "sd_bus_default");
     // The connection holds a reference of its own.
     const std::unique_ptr<sd_bus, decltype(&sd_bus_unref)> ours(bus,
                                                                 sd_bus_unref);
+    // It takes the name that the daemon gives it for granted.
+    const char* name = nullptr;
+    check(sd_bus_get_unique_name(bus, &name), "sd_bus_get_unique_name");
     return std::make_shared<sdbusplus::asio::connection>(ioContext(), bus);
 }
 

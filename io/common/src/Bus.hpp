@@ -40,9 +40,17 @@ boost::asio::io_context& ioContext();
  *  signal: the front end hands on what it has printed. */
 inline void (*beforeWaiting)() = [] {};
 
+/** Throw for a negative result of sd-bus, which is an errno.
+ *
+ *  @param step the function that gave it, which the text begins with
+ *  @throw sdbusplus::exception::SdBusError
+ */
+void check(int result, const char* step);
+
 /** Connect to the bus that sd_bus_default() picks and arm the read wait.
  *
- *  @throw sdbusplus::exception::SdBusError when there is no bus
+ *  @throw sdbusplus::exception::SdBusError when there is no bus, or when it
+ *         does not let this process in
  */
 DbusConnPtr connect();
 

@@ -21,15 +21,6 @@ using std::chrono::steady_clock;
 /** What the text of a call without a reply begins with. */
 constexpr const char* failedCall = "sd_bus_call";
 
-/** Throw for a negative result of sd-bus. */
-void check(int result, const char* step)
-{
-    if (result < 0)
-    {
-        throw sdbusplus::exception::SdBusError(-result, step);
-    }
-}
-
 struct Unref
 {
     void operator()(sd_bus_message* message) const

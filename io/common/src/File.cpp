@@ -121,7 +121,8 @@ Descriptor tryLock(const std::string& path)
     return locked && isNamed(file, path) ? std::move(file) : Descriptor(-1);
 }
 
-Descriptor lock(const std::string& path, std::chrono::milliseconds longest)
+Descriptor lockedFile(const std::string& path,
+                      std::chrono::milliseconds longest)
 {
     constexpr std::chrono::milliseconds pause(1);
     const Clock::time_point end = Clock::now() + longest;
@@ -218,7 +219,7 @@ void replaceFile(const std::string& path, std::string_view content)
 FileTurn::FileTurn(const std::string& path, std::chrono::milliseconds longest) :
     target(behindLinks(path)),
     beside(target + ".new"),
-    file(lock(beside, longest))
+    file(lockedFile(beside, longest))
 {
 }
 

@@ -15,7 +15,7 @@
 namespace
 {
 
-const std::string happened = "type='signal',member='Happened',";
+const std::string anyHappened = "type='signal',member='Happened',";
 
 struct Connection : public testing::Test
 {
@@ -63,7 +63,7 @@ TEST_F(Connection, callsMatchesFromTheLoop)
 {
     sdbusplus::asio::connection connection(io, own.get());
     std::string seen;
-    const sdbusplus::bus::match_t match(connection, happened,
+    const sdbusplus::bus::match_t match(connection, anyHappened,
                                         [&](sdbusplus::message_t& m)
                                         {
                                             seen = m.unpack<std::string>();
@@ -81,7 +81,7 @@ TEST_F(Connection, goesOnAfterTheFirstSignal)
     sdbusplus::asio::connection connection(io, own.get());
     const BusPtr sender = sharedDaemon().connect();
     int count = 0;
-    const sdbusplus::bus::match_t match(connection, happened,
+    const sdbusplus::bus::match_t match(connection, anyHappened,
                                         [&](sdbusplus::message_t&)
                                         {
                                             if (++count == 5)
@@ -111,7 +111,7 @@ TEST_F(Connection, processesWhatIsQueuedInItsFirstTurn)
                     });
     sdbusplus::asio::connection connection(io, own.get());
     bool seen = false;
-    const sdbusplus::bus::match_t match(connection, happened,
+    const sdbusplus::bus::match_t match(connection, anyHappened,
                                         [&](sdbusplus::message_t&)
                                         {
                                             seen = true;

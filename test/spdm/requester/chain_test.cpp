@@ -62,7 +62,7 @@ TEST_F(Chain, goodOne)
     EXPECT_TRUE(isWhole(chainOf(pki)));
 }
 
-struct Row
+struct Case
 {
     const char* what;
     Spec spec;
@@ -82,7 +82,7 @@ Der longIdentity()
     return bytes;
 }
 
-const Row leaves[] = {
+const Case leaves[] = {
     {"no key usage", {.keyUsage = ""}, true},
     {"key agreement only", {.keyUsage = "critical,keyAgreement"}, false},
     {"no basic constraints", {.constraints = ""}, true},
@@ -108,7 +108,7 @@ const Row leaves[] = {
 
 TEST_F(Chain, leaves)
 {
-    for (const Row& row : leaves)
+    for (const Case& row : leaves)
     {
         EXPECT_EQ(isWhole(chainOf(Pki(row.spec))), row.accepted) << row.what;
     }

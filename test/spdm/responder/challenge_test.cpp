@@ -7,7 +7,7 @@
 namespace spdm_test
 {
 
-const char* const device = R"({"versions": ["1.0", "1.1", "1.2", "1.3"],
+const char* const signerDevice = R"({"versions": ["1.0", "1.1", "1.2", "1.3"],
     "slots": [{"slot": 0}, {"slot": 2}],
     "measurements": [{"index": 1, "type": 1, "value": "aabb"},
                      {"index": 9, "type": 131, "value": "cc"}]})";
@@ -18,7 +18,7 @@ class ChallengeTest : public testing::TestWithParam<uint8_t>
 
 TEST_P(ChallengeTest, signsTheConversation)
 {
-    Asking asking(device, GetParam());
+    Asking asking(signerDevice, GetParam());
     EXPECT_EQ(asking.digests(), 0U);
     EXPECT_EQ(asking.readChain(2), 0U);
     EXPECT_EQ(asking.challenge(2), 0U);
@@ -37,7 +37,7 @@ TEST_P(ChallengeTest, signsTheConversation)
 
 TEST_P(ChallengeTest, nextOneCoversWhatCameSince)
 {
-    Asking asking(device, GetParam());
+    Asking asking(signerDevice, GetParam());
     EXPECT_EQ(asking.digests(), 0U);
     EXPECT_EQ(asking.readChain(0), 0U);
     EXPECT_EQ(asking.challenge(0, 0xff), 0U);
@@ -48,7 +48,7 @@ TEST_P(ChallengeTest, nextOneCoversWhatCameSince)
 
 TEST_P(ChallengeTest, measurementsBeforeItDropTheCertificates)
 {
-    Asking asking(device, GetParam());
+    Asking asking(signerDevice, GetParam());
     EXPECT_EQ(asking.digests(), 0U);
     EXPECT_EQ(asking.readChain(0), 0U);
     EXPECT_EQ(asking.measure(0, false), 0U);
@@ -61,7 +61,7 @@ TEST_P(ChallengeTest, measurementsBeforeItDropTheCertificates)
 
 TEST_P(ChallengeTest, digestsBeginTheCertificatesAnew)
 {
-    Asking asking(device, GetParam());
+    Asking asking(signerDevice, GetParam());
     EXPECT_EQ(asking.readChain(0), 0U);
     EXPECT_EQ(asking.digests(), 0U);
     EXPECT_EQ(asking.readChain(0), 0U);
@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(Versions, ChallengeTest,
 
 TEST(Challenge, coversTheRequestAsSent)
 {
-    Asking asking(device, 0x12);
+    Asking asking(signerDevice, 0x12);
     EXPECT_EQ(asking.readChain(0), 0U);
     asking.tap = [](Bytes& request) { request.back() ^= 1; };
     EXPECT_EQ(asking.challenge(0), LIBSPDM_STATUS_VERIF_FAIL);
@@ -81,7 +81,7 @@ TEST(Challenge, coversTheRequestAsSent)
 
 TEST(Challenge, noncesDiffer)
 {
-    Peer peer(device);
+    Peer peer(signerDevice);
     peer.connect(0x12);
     Bytes one = peer.challenge(0, 0);
     Bytes two = peer.challenge(0, 0);
@@ -97,7 +97,7 @@ static Bytes summaryOf(const Bytes& answer)
 
 TEST(Summary, ofAllBlocksAndOfTheTrustedBase)
 {
-    Peer peer(device);
+    Peer peer(signerDevice);
     peer.connect(0x12);
     Bytes firmware = hex("01 01 0500 01 0200 aabb");
     Bytes all = join({firmware, hex("09 01 0400 83 0100 cc")});
@@ -141,7 +141,7 @@ TEST(Opaque, dataNeedsAnAgreedFormat)
 
 TEST(Challenge, refusals)
 {
-    Peer peer(device);
+    Peer peer(signerDevice);
     peer.connect(0x13);
     EXPECT_EQ(peer.challenge(1, 0), hex("137f0100"));
     EXPECT_EQ(peer.challenge(0xff, 0), hex("137f0100"));

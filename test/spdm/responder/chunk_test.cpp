@@ -11,7 +11,7 @@ namespace spdm_test
 using sim::spdm::Reader;
 using sim::spdm::Writer;
 
-const char* const device = R"({"capabilities": {"chunking": true},
+const char* const chunkerDevice = R"({"capabilities": {"chunking": true},
     "dataTransferSize": 100, "maxMessageSize": 4608,
     "measurements": [{"index": 1, "value": "aa"}]})";
 
@@ -54,7 +54,7 @@ class ChunkTest : public testing::TestWithParam<uint32_t>
 
 TEST_P(ChunkTest, piecesFillTheTransfer)
 {
-    Peer peer(device);
+    Peer peer(chunkerDevice);
     peer.connect(0x12);
     Bytes chain = peer.readChain(0, 40);
     peer.transferSize = GetParam();
@@ -70,7 +70,7 @@ TEST_P(ChunkTest, piecesFillTheTransfer)
 
 TEST_P(ChunkTest, signedAnswersInPieces)
 {
-    sim::Json config = sim::Json::parse(device);
+    sim::Json config = sim::Json::parse(chunkerDevice);
     config["transmitSize"] = GetParam();
     Asking asking(config.dump());
     EXPECT_EQ(asking.readChain(), 0U);
@@ -83,14 +83,14 @@ INSTANTIATE_TEST_SUITE_P(Transfers, ChunkTest,
 
 TEST(Chunk, shortAnswersComeWhole)
 {
-    Peer peer(device);
+    Peer peer(chunkerDevice);
     peer.connect(0x12);
     EXPECT_EQ(peer.getDigests().size(), 52U);
 }
 
 TEST(Chunk, getRefusals)
 {
-    Peer peer(device);
+    Peer peer(chunkerDevice);
     peer.connect(0x12);
     EXPECT_EQ(peer.ask(hex("12860000 0000")), hex("127f0400"));
     peer.ask(hex("12820000 0000 ffff"));
@@ -115,7 +115,7 @@ TEST(Chunk, withoutThemALargeAnswerIsTooLarge)
 
 TEST(Chunk, oldVersionsKnowNoSizes)
 {
-    Peer peer(device);
+    Peer peer(chunkerDevice);
     peer.connect(0x11);
     EXPECT_EQ(peer.challenge(0, 0)[1], 0x03);
     EXPECT_EQ(peer.ask(hex("11860001 0000")), hex("117f0786"));
@@ -138,7 +138,7 @@ static Bytes send(Peer& peer, uint16_t sequence, bool last, const Bytes& piece,
 
 TEST(Chunk, requestInPieces)
 {
-    Peer peer(device);
+    Peer peer(chunkerDevice);
     peer.connect(0x12);
     // GET_DIGESTS with bytes after it that count for nothing.
     Bytes whole = join({hex("12810000"), Bytes(60)});
@@ -153,7 +153,7 @@ TEST(Chunk, requestInPieces)
 
 TEST(Chunk, largeAnswerToARequestInPieces)
 {
-    Peer peer(device);
+    Peer peer(chunkerDevice);
     peer.connect(0x12);
     Bytes challenge = join({hex("12830000"), Bytes(39)});
     EXPECT_EQ(send(peer, 0, false,
@@ -168,7 +168,7 @@ TEST(Chunk, largeAnswerToARequestInPieces)
 TEST(Chunk, sendRefusals)
 {
     const Bytes refused = hex("12050133 0000 127f0100");
-    Peer peer(device);
+    Peer peer(chunkerDevice);
     peer.connect(0x12);
     Bytes piece(30);
     // A total that needs no pieces; one too long; last at once.
@@ -193,7 +193,7 @@ TEST(Chunk, sendRefusals)
 
 TEST(Chunk, piecesHoldNoChunkRequests)
 {
-    Peer peer(device);
+    Peer peer(chunkerDevice);
     peer.connect(0x12);
     Bytes whole = join({hex("12850033"), Bytes(60)});
     send(peer, 0, false, Bytes(whole.begin(), whole.begin() + 40), 64);

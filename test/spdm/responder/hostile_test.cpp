@@ -12,7 +12,7 @@ namespace spdm_test
 // response code of the device, no longer than it may be, and afterwards the
 // device still works.
 
-const char* const device = R"({"versions": ["1.0", "1.1", "1.2", "1.3"],
+const char* const targetDevice = R"({"versions": ["1.0", "1.1", "1.2", "1.3"],
     "capabilities": {"chunking": true, "multiKey": "negotiable"},
     "dataTransferSize": 200,
     "slots": [{"slot": 0}, {"slot": 6, "keyUsage": 4}],
@@ -71,7 +71,7 @@ class HostileTest : public testing::TestWithParam<uint8_t>
 
 TEST_P(HostileTest, everyLengthOfEveryRequest)
 {
-    Peer peer(device);
+    Peer peer(targetDevice);
     peer.connect(GetParam());
     for (const Bytes& request : requests(peer))
     {
@@ -90,7 +90,7 @@ TEST_P(HostileTest, randomChanges)
 {
     constexpr int rounds = 5000;
     std::mt19937 generator(GetParam());
-    Peer peer(device);
+    Peer peer(targetDevice);
     peer.connect(GetParam());
     std::vector<Bytes> good = requests(peer);
     for (int i = 0; i < rounds; i++)

@@ -7,7 +7,7 @@
 namespace spdm_test
 {
 
-const char* const device = R"({"versions": ["1.0", "1.1", "1.2", "1.3"],
+const char* const measuredDevice = R"({"versions": ["1.0", "1.1", "1.2", "1.3"],
     "slots": [{"slot": 0}, {"slot": 1, "keyPairId": 2}],
     "measurements": [{"index": 1, "type": 0, "digestOf": "616263"},
                      {"index": 2, "type": 129, "value": "aabbcc"},
@@ -25,7 +25,7 @@ class MeasurementTest : public testing::TestWithParam<uint8_t>
 
 TEST_P(MeasurementTest, count)
 {
-    Peer peer(device);
+    Peer peer(measuredDevice);
     peer.connect(GetParam());
     Bytes answer = peer.measure(0);
     EXPECT_EQ(answer.size(), 8 + trailer());
@@ -35,7 +35,7 @@ TEST_P(MeasurementTest, count)
 
 TEST_P(MeasurementTest, oneBlock)
 {
-    Peer peer(device);
+    Peer peer(measuredDevice);
     peer.connect(GetParam());
     Bytes answer = peer.measure(2);
     Bytes expected =
@@ -47,7 +47,7 @@ TEST_P(MeasurementTest, oneBlock)
 
 TEST_P(MeasurementTest, allBlocks)
 {
-    Peer peer(device);
+    Peer peer(measuredDevice);
     peer.connect(GetParam());
     Bytes answer = peer.measure(0xff);
     Bytes expected = join(
@@ -62,7 +62,7 @@ TEST_P(MeasurementTest, allBlocks)
 TEST_P(MeasurementTest, signatureCoversTheRunSinceTheLast)
 {
     uint8_t slot = GetParam() >= 0x11 ? 1 : 0;
-    Asking asking(device, GetParam());
+    Asking asking(measuredDevice, GetParam());
     EXPECT_EQ(asking.readChain(slot), 0U);
     EXPECT_EQ(asking.measure(0, false, slot), 0U);
     EXPECT_EQ(asking.measure(1, true, slot), 0U);
@@ -74,7 +74,7 @@ TEST_P(MeasurementTest, signatureCoversTheRunSinceTheLast)
 
 TEST_P(MeasurementTest, anyOtherRequestEndsTheRun)
 {
-    Asking asking(device, GetParam());
+    Asking asking(measuredDevice, GetParam());
     EXPECT_EQ(asking.readChain(0), 0U);
     EXPECT_EQ(asking.measure(0, false), 0U);
     EXPECT_EQ(asking.digests(), 0U);
@@ -86,7 +86,7 @@ TEST_P(MeasurementTest, anyOtherRequestEndsTheRun)
 
 TEST_P(MeasurementTest, anErrorEndsTheRun)
 {
-    Asking asking(device, GetParam());
+    Asking asking(measuredDevice, GetParam());
     EXPECT_EQ(asking.readChain(0), 0U);
     EXPECT_EQ(asking.measure(0, false), 0U);
     EXPECT_EQ(asking.measure(77, false), LIBSPDM_STATUS_ERROR_PEER);
@@ -96,7 +96,7 @@ TEST_P(MeasurementTest, anErrorEndsTheRun)
 
 TEST_P(MeasurementTest, bytesAfterTheRequestAreNotSigned)
 {
-    Asking asking(device, GetParam());
+    Asking asking(measuredDevice, GetParam());
     EXPECT_EQ(asking.readChain(0), 0U);
     asking.tap = [](Bytes& request)
     { request.resize(request.size() + 2, 0xee); };
@@ -110,7 +110,7 @@ INSTANTIATE_TEST_SUITE_P(Versions, MeasurementTest,
 
 TEST(Measurement, refusals)
 {
-    Peer peer(device);
+    Peer peer(measuredDevice);
     peer.connect(0x12);
     EXPECT_EQ(peer.measure(3), hex("127f0100"));
     EXPECT_EQ(peer.ask(join({hex("12e00100"), Bytes(32)})), hex("127f0100"));

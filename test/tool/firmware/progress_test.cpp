@@ -18,7 +18,7 @@ constexpr const char* names[] = {
     "ErrorCode",        "Progress",       "CompletedDeviceCount",
     "TotalDeviceCount", "ElapsedSeconds", "EstimatedRemainingSeconds"};
 
-json sample()
+json progressSample()
 {
     return {{"ErrorCode", 1},
             {"Progress", 2},
@@ -53,7 +53,7 @@ std::string complaint(const json& data)
 
 json with(const char* name, const json& value)
 {
-    json data = sample();
+    json data = progressSample();
     data[name] = value;
     return data;
 }
@@ -65,7 +65,8 @@ std::string shown(const ProgressRecord& record)
 
 TEST(Progress, readsEveryMember)
 {
-    EXPECT_EQ(numbers(sample()), (std::vector<uint32_t>{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(numbers(progressSample()),
+              (std::vector<uint32_t>{1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(numbers(with("Progress", 4294967295U))[1], 4294967295U);
     EXPECT_EQ(numbers(with("Progress", 50.9))[1], 50U);
 }

@@ -13,32 +13,33 @@ namespace tool
 namespace
 {
 
-const json item = json::parse(R"({
+const json sample = json::parse(R"({
     "Name": "drive", "Number": 300, "Nothing": null, "List": [1],
     "Internal": {"ResourceId": 7, "Deep": {"Value": "x"}}})");
 
 TEST(ReadOr, findsMembersAndPaths)
 {
-    EXPECT_EQ(readText(item, "Name"), "drive");
-    EXPECT_EQ(readOr(item, {"Internal", "ResourceId"}, 0U), 7U);
-    EXPECT_EQ(readOr(item, {"Internal", "Deep", "Value"}, std::string()), "x");
+    EXPECT_EQ(readText(sample, "Name"), "drive");
+    EXPECT_EQ(readOr(sample, {"Internal", "ResourceId"}, 0U), 7U);
+    EXPECT_EQ(readOr(sample, {"Internal", "Deep", "Value"}, std::string()),
+              "x");
 }
 
 TEST(ReadOr, missingStepsGiveTheDefault)
 {
-    EXPECT_EQ(readOr(item, {"Internal", "Other"}, 5U), 5U);
-    EXPECT_EQ(readOr(item, {"Other", "ResourceId"}, 5U), 5U);
-    EXPECT_EQ(readOr(item, {"Name", "ResourceId"}, 5U), 5U);
-    EXPECT_EQ(readOr(item, {"Nothing", "ResourceId"}, 5U), 5U);
-    EXPECT_EQ(readText(item, "Other"), "");
+    EXPECT_EQ(readOr(sample, {"Internal", "Other"}, 5U), 5U);
+    EXPECT_EQ(readOr(sample, {"Other", "ResourceId"}, 5U), 5U);
+    EXPECT_EQ(readOr(sample, {"Name", "ResourceId"}, 5U), 5U);
+    EXPECT_EQ(readOr(sample, {"Nothing", "ResourceId"}, 5U), 5U);
+    EXPECT_EQ(readText(sample, "Other"), "");
 }
 
 TEST(ReadOr, anotherTypeIsTheLibrarysError)
 {
-    EXPECT_THROW(readText(item, "Number"), json::type_error);
-    EXPECT_THROW(readText(item, "Nothing"), json::type_error);
-    EXPECT_THROW(readText(item, "List"), json::type_error);
-    EXPECT_THROW(readOr(item, {"Name"}, 0U), json::type_error);
+    EXPECT_THROW(readText(sample, "Number"), json::type_error);
+    EXPECT_THROW(readText(sample, "Nothing"), json::type_error);
+    EXPECT_THROW(readText(sample, "List"), json::type_error);
+    EXPECT_THROW(readOr(sample, {"Name"}, 0U), json::type_error);
     EXPECT_THROW(readText(json("text"), "Name"), json::type_error);
     EXPECT_THROW(readText(json(), "Name"), json::type_error);
 }
@@ -47,13 +48,14 @@ TEST(ReadOr, behavesAsTheLibrarysOwnReader)
 {
     // A key of one character might be an index, and counts as a missing step.
     const json::json_pointer pointer("/List/x");
-    EXPECT_EQ(item.value(pointer, 5U), 5U);
-    EXPECT_EQ(readOr(item, {"List", "x"}, 5U), 5U);
+    EXPECT_EQ(sample.value(pointer, 5U), 5U);
+    EXPECT_EQ(readOr(sample, {"List", "x"}, 5U), 5U);
     const json::json_pointer longer("/List/xy");
-    EXPECT_THROW(static_cast<void>(item.value(longer, 5U)), json::parse_error);
-    EXPECT_THROW(readOr(item, {"List", "xy"}, 5U), json::parse_error);
+    EXPECT_THROW(static_cast<void>(sample.value(longer, 5U)),
+                 json::parse_error);
+    EXPECT_THROW(readOr(sample, {"List", "xy"}, 5U), json::parse_error);
     // Too large for the type: cut, as get() cuts.
-    EXPECT_EQ(readOr(item, {"Number"}, uint8_t{0}), 44);
+    EXPECT_EQ(readOr(sample, {"Number"}, uint8_t{0}), 44);
 }
 
 TEST(ReadValue, cutsFloatingNumbers)
@@ -88,7 +90,7 @@ TEST(FindMember, isNullForWhatIsNoObject)
 {
     EXPECT_EQ(findMember(json::array({1}), "x"), nullptr);
     EXPECT_EQ(findMember(json(), "x"), nullptr);
-    EXPECT_NE(findMember(item, "Nothing"), nullptr);
+    EXPECT_NE(findMember(sample, "Nothing"), nullptr);
 }
 
 } // namespace

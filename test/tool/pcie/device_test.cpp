@@ -89,9 +89,10 @@ TEST(TrailingText, adapterWithoutUsableFunctions)
     for (const char* functions :
          {"[]", "{}", "null", "[5]", R"([{"DeviceClass":"a"}])"})
     {
-        const std::string record =
-            std::string(R"({"PCIeDevice":{"Name":"Adapter 1"},)") +
-            R"("PCIeFunctions":)" + functions + "}";
+        std::string record = R"({"PCIeDevice":{"Name":"Adapter 1"},)";
+        record += R"("PCIeFunctions":)";
+        record += functions;
+        record += '}';
         EXPECT_EQ(trailing(record.c_str()), "") << functions;
     }
 }
