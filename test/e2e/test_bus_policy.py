@@ -45,7 +45,7 @@ class Bus(OwnBus):
     def ask(self, user, *words):
         """Status, output and complaint of a bus client run by a user."""
         result = subprocess.run(
-            ["busctl", "--timeout=10", "--json=short", *words],
+            ["busctl", "--timeout=5", "--json=short", *words],
             stdin=subprocess.DEVNULL, capture_output=True, text=True,
             user=user, group=user, env=environment(self.environment),
             check=False)

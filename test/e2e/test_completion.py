@@ -7,12 +7,11 @@ import re
 import select
 import shlex
 import subprocess
-import time
 
 import pytest
 
 from documented import OPERATIONS, OPTIONS, SERVICES, TARGETS
-from harness import TIMEOUT, environment, sim_env
+from harness import TIMEOUT, Patience, environment, sim_env
 
 COMPLETION = sim_env.ROOT / "completions/zantric"
 ADDRESS = "0x8c0000"
@@ -45,11 +44,12 @@ class Bash:
         """What the command got after the keys were typed behind the line."""
         os.write(self.master, f"probe {line}{keys}\n".encode())
         seen = b""
-        deadline = time.monotonic() + TIMEOUT
+        patience = Patience(TIMEOUT, self.process)
         while not (found := re.search(rb"\ngot( <.*)?\r\nend\r\n", seen)):
-            left = max(0, deadline - time.monotonic())
-            ready, _, _ = select.select([self.master], [], [], left)
-            assert ready, f"no answer to {line!r}, but {seen!r}"
+            step = patience.step()
+            assert step, f"no answer to {line!r}, but {seen!r}"
+            if not select.select([self.master], [], [], step)[0]:
+                continue
             seen += os.read(self.master, 65536)
         return re.findall(r"<([^>]*)>", found[0].decode())
 

@@ -5,11 +5,10 @@ import os
 import pty
 import select
 import subprocess
-import time
 
 import pytest
 
-from harness import TIMEOUT, environment
+from harness import TIMEOUT, Patience, environment
 from test_sim_script import BUILD, SCRIPT
 
 # Nobody, or root without its powers where only root may read the tree.
@@ -97,11 +96,12 @@ class Shell:
     def until(self, text):
         """What the terminal shows up to the text."""
         seen = b""
-        deadline = time.monotonic() + TIMEOUT
+        patience = Patience(TIMEOUT, self.process)
         while not seen.endswith(text.encode()):
-            left = max(0, deadline - time.monotonic())
-            ready, _, _ = select.select([self.master], [], [], left)
-            assert ready, f"{text!r} never came, but {seen!r}"
+            step = patience.step()
+            assert step, f"{text!r} never came, but {seen!r}"
+            if not select.select([self.master], [], [], step)[0]:
+                continue
             seen += os.read(self.master, 65536)
         return seen.decode().replace("\r", "")
 

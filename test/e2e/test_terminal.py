@@ -3,6 +3,7 @@
 
 import os
 import pty
+import select
 import subprocess
 import tty
 
@@ -10,7 +11,7 @@ import pytest
 
 import scenarios as s
 from expect import usage
-from harness import environment
+from harness import TIMEOUT, Patience, environment
 from test_firmware import (LAST, UPDATE, accepted, at, device, head, lister,
                            record, tick)
 
@@ -26,16 +27,18 @@ def on_terminal(*words, stream="stdout"):
     master, slave = pty.openpty()
     tty.setraw(slave)  # bytes come as they are written
     other = {"stdout": "stderr", "stderr": "stdout"}[stream]
-    # No case that is meant to end lives longer than this.
     with subprocess.Popen(
-            ["timeout", "20", os.environ["ZANTRIC"], *words],
+            [os.environ["ZANTRIC"], *words],
             stdin=subprocess.DEVNULL, env=environment(),
             **{stream: slave, other: subprocess.DEVNULL}) as process:
         os.close(slave)
         got = b""
+        patience = Patience(TIMEOUT, process)
         try:
-            while piece := os.read(master, 65536):
-                got += piece
+            while step := patience.step():
+                if select.select([master], [], [], step)[0]:
+                    got += os.read(master, 65536)
+            process.kill()
         except OSError:
             pass  # nobody has the other end any more
         finally:

@@ -78,6 +78,15 @@ TEST_F(Flow, everythingInOrder)
                      "room 4096", "challenge 0", "summary 255", "nonce 0",
                      "measure 0 attributes 0 slot 0",
                      "measure 1 attributes 1 slot 0"}));
+    // The requester's flags, then what was negotiated.
+    using Items = std::vector<std::array<uint64_t, 3>>;
+    EXPECT_EQ(scripted.reads, (Items{{2, 0, 4},
+                                     {0, 1, 2},
+                                     {2, 1, 4},
+                                     {10, 1, 4},
+                                     {11, 1, 4},
+                                     {18, 1, 4},
+                                     {9, 1, 4}}));
 }
 
 TEST_F(Flow, anEmptySlotMaskIsSuccess)

@@ -120,6 +120,7 @@ extern "C"
                                       const libspdm_data_parameter_t* parameter,
                                       void* data, size_t* size)
     {
+        scripted.reads.push_back({item, parameter->location, *size});
         const auto found =
             scripted.peers.find({item, parameter->additional_data[0]});
         if (parameter->location != LIBSPDM_DATA_LOCATION_CONNECTION ||

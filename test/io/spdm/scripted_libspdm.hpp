@@ -3,6 +3,7 @@
 
 #include "io/common/spdm/Libspdm.hpp"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -52,6 +53,8 @@ struct Scripted
     std::function<void()> duringConnection;
 
     std::vector<std::string> calls;
+    /** Items that were read: number, location, bytes. */
+    std::vector<std::array<uint64_t, 3>> reads;
     std::vector<Setting> settings;
     libspdm_device_send_message_func send{nullptr};
     libspdm_device_receive_message_func receive{nullptr};

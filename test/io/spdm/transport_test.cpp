@@ -294,12 +294,22 @@ TEST(Socket, hasNoPlaceWithoutItsLockFile)
     EXPECT_EQ(socket.init(), 0);
 }
 
+/** The number that the next descriptor gets. */
+int nextDescriptor()
+{
+    const int next = open("/dev/null", O_RDONLY);
+    close(next);
+    return next;
+}
+
 TEST(Socket, aFailedBindLeavesNothing)
 {
     ASSERT_EQ(mkdir(ownPath, 0700), 0);
+    const int next = nextDescriptor();
     UdsSocket socket;
     EXPECT_EQ(journalOf([&] { EXPECT_EQ(socket.init(), -1); }),
               Lines{"<3> [ERR] Failed to bind UDS socket for SPDM"});
+    EXPECT_EQ(nextDescriptor(), next);
     EXPECT_FALSE(exists(ownLock));
     ASSERT_EQ(rmdir(ownPath), 0);
 }

@@ -351,4 +351,25 @@ TEST_F(Chain, refusalOfTheProgram)
     EXPECT_EQ(own.attest().certificate, LIBSPDM_STATUS_VERIF_FAIL);
 }
 
+bool agree(void* /*context*/, uint8_t /*slot*/, size_t /*size*/,
+           const void* /*chain*/, const void** /*anchor*/,
+           size_t* /*anchorSize*/)
+{
+    return true;
+}
+
+TEST_F(Chain, mustBeHashedWhoeverAgrees)
+{
+    test::Session own(test::deviceOf(test::Settings{}));
+    libspdm_register_verify_spdm_cert_chain_func(own.context(), agree);
+    EXPECT_EQ(own.connect(), 0U);
+    EXPECT_EQ(own.digests(), 0U);
+    libspdm_data_parameter_t parameter{LIBSPDM_DATA_LOCATION_CONNECTION, {}};
+    uint32_t unknown = 0x40;
+    EXPECT_EQ(libspdm_set_data(own.context(), LIBSPDM_DATA_BASE_HASH_ALGO,
+                               &parameter, &unknown, sizeof(unknown)),
+              0U);
+    EXPECT_EQ(own.readChain(), LIBSPDM_STATUS_CRYPTO_ERROR);
+}
+
 } // namespace

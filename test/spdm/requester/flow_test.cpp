@@ -141,6 +141,92 @@ TEST(Requests, sizesOnTheWire)
     }
 }
 
+TEST(Requests, carryWhatIsGivenAndTellWhatIsNot)
+{
+    using Bytes = test::Message;
+    const Bytes ownContext{1, 2, 3, 4, 5, 6, 7, 8};
+    for (const Bytes& given : {Bytes(32, 0xA5), Bytes{}})
+    {
+        Session session(deviceOf(test::Settings{.version = 0x13}));
+        session.attest();
+        Bytes own(32);
+        Bytes theirs(32);
+        const void* const nonce = given.empty() ? nullptr : given.data();
+        EXPECT_EQ(libspdm_challenge_ex2(session.context(), nullptr, 0,
+                                        ownContext.data(), 0, nullptr, nullptr,
+                                        nonce, own.data(), theirs.data(),
+                                        nullptr, nullptr),
+                  0U);
+        const auto part = [](const Bytes& whole, size_t from, size_t size)
+        {
+            const auto begin = whole.begin() + static_cast<ptrdiff_t>(from);
+            return Bytes(begin, begin + static_cast<ptrdiff_t>(size));
+        };
+        // Behind the header, and in the answer behind the chain's hash.
+        EXPECT_EQ(part(session.sent.back(), 5, 32), own);
+        EXPECT_EQ(part(session.sent.back(), 37, 8), ownContext);
+        EXPECT_EQ(part(session.answer(), 4 + 48, 32), theirs);
+        EXPECT_TRUE(given.empty() ? own != Bytes(32) : own == given);
+        uint8_t blocks = 0;
+        uint32_t length = 4096;
+        Bytes record(length);
+        EXPECT_EQ(libspdm_get_measurement_ex2(
+                      session.context(), nullptr, 1, 1, 0, ownContext.data(),
+                      nullptr, &blocks, &length, record.data(), nonce,
+                      own.data(), theirs.data(), nullptr, nullptr),
+                  0U);
+        EXPECT_EQ(part(session.sent.back(), 5, 32), own);
+        EXPECT_EQ(part(session.sent.back(), 38, 8), ownContext);
+        // Behind the block, its length and the header.
+        EXPECT_EQ(part(session.answer(), 8 + length, 32), theirs);
+    }
+}
+
+TEST(Requests, thatTheTransportRefusesAreNotSent)
+{
+    Session session(deviceOf(test::Settings{}));
+    libspdm_register_transport_layer_func(
+        session.context(), 4608, 64, 64,
+        [](void*, const uint32_t*, bool, bool, size_t, void*, size_t*, void**)
+        { return libspdm_return_t{LIBSPDM_STATUS_BUFFER_TOO_SMALL}; },
+        libspdm_transport_mctp_decode_message);
+    EXPECT_EQ(session.connect(), LIBSPDM_STATUS_BUFFER_TOO_SMALL);
+    EXPECT_TRUE(session.sent.empty());
+    EXPECT_EQ(session.acquired, 0);
+}
+
+TEST(Capabilities, thatAVersionHasNotAreDropped)
+{
+    struct Row
+    {
+        uint8_t version;
+        uint32_t told;
+        uint32_t kept;
+    };
+
+    for (const Row& row :
+         {Row{0x10, 0xFFFFFFC1, 0x01}, Row{0x11, 0xC0000021, 0x21},
+          Row{0x12, 0xC0000021, 0x21}, Row{0x12, 0x3FC00000, 0},
+          Row{0x13, 0xC0000021, 0x21}, Row{0x13, 0x20080000, 0x20080000}})
+    {
+        Session session(deviceOf(test::Settings{.version = row.version}),
+                        [&row](size_t step, test::Message& answer)
+                        {
+                            for (size_t i = 0; step == 1 && i < 4; ++i)
+                            {
+                                answer[9 + i] |=
+                                    static_cast<uint8_t>(row.told >> (8 * i));
+                            }
+                            return test::Delivery::normal;
+                        });
+        session.connect();
+        uint32_t flags = 0;
+        EXPECT_EQ(session.get(LIBSPDM_DATA_CAPABILITY_FLAGS, flags), 0U);
+        EXPECT_EQ(flags & row.told, row.kept)
+            << std::hex << int{row.version} << " " << flags;
+    }
+}
+
 TEST(MultiKey, itemsOfASlotAreReadBack)
 {
     Session session(deviceOf(
