@@ -24,21 +24,16 @@ using std::chrono::system_clock;
 
 constexpr const char* updatedSignal = "StorageResourceUpdated";
 
-/** Whole milliseconds; negative when the clock was set back meanwhile. */
-std::string millisecondsBetween(system_clock::time_point start,
-                                system_clock::time_point end)
-{
-    const std::chrono::nanoseconds elapsed = end - start;
-    return std::to_string(int64_t{elapsed.count()} / 1000000);
-}
-
 void printUpdated(const std::string& name, const Options& options)
 {
     const system_clock::time_point now = system_clock::now();
     out::line(
         {name, " updated at ", io::text::date(system_clock::to_time_t(now))});
-    out::line({"Refreshing data takes ",
-               millisecondsBetween(options.startTime, now), "ms"});
+    // Negative when the clock was set back meanwhile.
+    const auto elapsed =
+        duration_cast<std::chrono::milliseconds>(now - options.startTime);
+    out::line(
+        {"Refreshing data takes ", std::to_string(elapsed.count()), "ms"});
 }
 
 void printData(const std::string& data)

@@ -13,6 +13,7 @@
 #include <boost/asio/io_context.hpp>
 #include <phosphor-logging/lg2.hpp>
 
+#include <array>
 #include <chrono>
 #include <exception>
 #include <map>
@@ -67,17 +68,10 @@ const char* resultName(bool sent)
 /** Name of an inventory class, null when the value names none. */
 const char* className(HiddenInvChgType type)
 {
-    switch (type)
-    {
-        case HiddenInvChgType::system:
-            return "System";
-        case HiddenInvChgType::pci:
-            return "PCI";
-        case HiddenInvChgType::storage:
-            return "Storage subsystem";
-        default:
-            return nullptr;
-    }
+    constexpr std::array names{"System", "PCI", "Storage subsystem"};
+    // They count from 1; what is in front of it ends up behind them.
+    const auto index = static_cast<unsigned>(type) - 1;
+    return index < names.size() ? names[index] : nullptr;
 }
 
 /** A steady_timer, without the means to hold any kind of executor. */

@@ -18,6 +18,27 @@ constexpr std::size_t recordSize = 8;
 constexpr uint8_t bindingSmbus = 1;
 constexpr uint8_t bindingPcie = 2;
 
+constexpr std::pair<uint8_t, std::string_view> messageTypes[] = {
+    {0x01, "PLDM"},        {0x02, "NCSI"},   {0x03, "Ethernet"},
+    {0x04, "NVMeMgmtMsg"}, {0x05, "SPDM"},   {0x06, "SECUREDMSG"},
+    {0x7E, "VDPCI"},       {0x7F, "VDIANA"},
+};
+
+constexpr std::pair<uint8_t, std::string_view> bindings[] = {
+    {bindingSmbus, io::target::mctpSmbus},
+    {bindingPcie, io::target::mctpPcieBinding},
+};
+
+std::string_view
+nameOf(std::span<const std::pair<uint8_t, std::string_view>> names,
+       uint8_t code)
+{
+    const auto found =
+        std::find_if(names.begin(), names.end(),
+                     [code](const auto& row) { return row.first == code; });
+    return found == names.end() ? "" : found->second;
+}
+
 RoutingEntry decodeRecord(std::span<const uint8_t> record)
 {
     return {.eid = record[0],
@@ -41,40 +62,12 @@ RoutingTable decodeRoutingTable(std::span<const uint8_t> bytes)
 
 std::string_view messageTypeName(uint8_t type)
 {
-    switch (type)
-    {
-        case 0x01:
-            return "PLDM";
-        case 0x02:
-            return "NCSI";
-        case 0x03:
-            return "Ethernet";
-        case 0x04:
-            return "NVMeMgmtMsg";
-        case 0x05:
-            return "SPDM";
-        case 0x06:
-            return "SECUREDMSG";
-        case 0x7E:
-            return "VDPCI";
-        case 0x7F:
-            return "VDIANA";
-        default:
-            return "";
-    }
+    return nameOf(messageTypes, type);
 }
 
 std::string_view bindingName(uint8_t binding)
 {
-    switch (binding)
-    {
-        case bindingSmbus:
-            return io::target::mctpSmbus;
-        case bindingPcie:
-            return io::target::mctpPcieBinding;
-        default:
-            return "";
-    }
+    return nameOf(bindings, binding);
 }
 
 io::bus::Answer<RoutingTable> fetchRoutingTable(const DbusConnPtr& bus,
