@@ -4,8 +4,9 @@
 
 usage: refused.py BUILD_ROOT SOURCE
 
-Each case is compiled with the command that BUILD_ROOT's compilation database
-has for SOURCE.
+The compiler is called as BUILD_ROOT's compilation database has it for SOURCE:
+once for all names, each on a line that it can complain about, and once for each
+value, about which it complains where it is used.
 """
 
 import json
@@ -14,14 +15,14 @@ import shlex
 import subprocess
 import sys
 
-# What follows the message; the first ones have to compile.
+# What follows the message.
 TAKEN = ['"A1_B", 1', '"X", text', '"1A", 1', '"MESSAGE_ID", 1',
          '"A", lg2::hex, 1U']
-REFUSED = ['"", 1', '"_A", 1', '"a", 1', '"A B", 1', '"MESSAGE", 1',
-           '"PRIORITY", 1', '"CODE_FILE", 1', '"CODE_LINE", 1',
-           '"CODE_FUNC", 1', '"LOG2_FMTMSG", 1', '"A", "literal"',
-           '"A", "LITERAL"', '"A"', '"A", 1, "B"', '1', '"A", 1, 2',
-           '"A", lg2::hex, text', '"A", lg2::hex', '"A", other']
+NAMES = ['"", 1', '"_A", 1', '"a", 1', '"A B", 1', '"MESSAGE", 1',
+         '"PRIORITY", 1', '"CODE_FILE", 1', '"CODE_LINE", 1',
+         '"CODE_FUNC", 1', '"LOG2_FMTMSG", 1', '"A", "literal"']
+VALUES = ['"A", "LITERAL"', '"A"', '"A", 1, "B"', '1', '"A", 1, 2',
+          '"A", lg2::hex, text', '"A", lg2::hex', '"A", other']
 
 PROGRAM = """
 #include <phosphor-logging/lg2.hpp>
@@ -29,7 +30,7 @@ void run(const char* text, struct Other& other);
 void run([[maybe_unused]] const char* text,
          [[maybe_unused]] struct Other& other)
 {{
-    lg2::error("m", {});
+{}
 }}
 """
 
@@ -47,15 +48,27 @@ def compile_command(build_root, source):
     sys.exit(f"no command for {source} in {build_root}")
 
 
-def compiles(command, directory, arguments):
+def complaints(command, directory, cases):
+    """What the compiler says of these cases."""
+    lines = [f'#line {number} "case"\n    lg2::error("m", {case});'
+             for number, case in enumerate(cases, 1)]
     return subprocess.run(
-        [*command, "-fsyntax-only", "-x", "c++", "-"], cwd=directory,
-        input=PROGRAM.format(arguments), stderr=subprocess.DEVNULL, text=True,
-        check=False).returncode == 0
+        [*command, "-fdiagnostics-color=never", "-fmax-errors=0",
+         "-fsyntax-only", "-x", "c++", "-"],
+        cwd=directory, input=PROGRAM.format("\n".join(lines)),
+        stderr=subprocess.PIPE, text=True, check=False).stderr
+
+
+def wrong(command, directory):
+    """Those with which the compiler does otherwise than it has to."""
+    said = complaints(command, directory, TAKEN + NAMES)
+    for number, case in enumerate(TAKEN + NAMES, 1):
+        if (f"case:{number}:" in said) != (case in NAMES):
+            yield case
+    for case in VALUES:
+        if "error: " not in complaints(command, directory, [case]):
+            yield case
 
 
 if __name__ == "__main__":
-    COMMAND = compile_command(*sys.argv[1:])
-    WRONG = [case for case in TAKEN + REFUSED
-             if compiles(*COMMAND, case) != (case in TAKEN)]
-    sys.exit("\n".join(WRONG) or None)
+    sys.exit("\n".join(wrong(*compile_command(*sys.argv[1:]))) or None)
