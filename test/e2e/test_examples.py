@@ -30,7 +30,11 @@ def clean():
 def fixture_shell(tmp_path):
     """Runs command lines one after the other; what each printed."""
     programs = os.path.dirname(os.environ["ZANTRIC"])
-    path = f"{programs}:{sim_env.ROOT / 'scripts'}:{os.environ['PATH']}"
+    path = (f"{tmp_path}:{programs}:{sim_env.ROOT / 'scripts'}:"
+            f"{os.environ['PATH']}")
+    # As the package calls it.
+    (tmp_path / "zantric-sim").symlink_to(sim_env.ROOT / "scripts/sim")
+    build = pathlib.Path(programs).parent
     status = 0
 
     def run(command):
@@ -39,8 +43,9 @@ def fixture_shell(tmp_path):
             subprocess.run(["journalctl", "--sync"], check=True)
         done = subprocess.run(
             ["bash", "-c", f"(exit {status}); {command}"], cwd=tmp_path,
-            env=environment({"PATH": path}), stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+            env=environment({"PATH": path, "BUILD": str(build)}),
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT, text=True,
             timeout=TIMEOUT, check=False)
         status = done.returncode
         return done.stdout
