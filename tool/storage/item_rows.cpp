@@ -81,7 +81,7 @@ std::string linesOfItem(const json& item, std::string_view target,
  *  the former is and, in the low byte, the number of the place. */
 std::size_t typeSize(const json& row)
 {
-    return row.get_binary().subtype() >> 8;
+    return static_cast<std::size_t>(row.get_binary().subtype() >> 8);
 }
 
 std::string_view textOf(const json& row)
@@ -120,7 +120,7 @@ json rowOf(const json& item, std::string_view target, const std::string& prefix,
     const std::string text =
         place.type + linesOfItem(item, target, prefix, verbose);
     return json::binary({text.begin(), text.end()},
-                        place.type.size() << 8 | place.ordinal);
+                        uint64_t{place.type.size()} << 8 | place.ordinal);
 }
 
 std::string_view linesOf(const json& row)
