@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <type_traits>
 
 namespace tool
 {
@@ -38,24 +39,12 @@ struct Check
     std::string Options::*subject{nullptr};
 };
 
-bool hasAddress(const Options& options)
+/** Is each of these options given? */
+template <auto... Members>
+bool given(const Options& options)
 {
-    return options.address != 0;
-}
-
-bool hasService(const Options& options)
-{
-    return !options.service.empty();
-}
-
-bool hasResourceId(const Options& options)
-{
-    return options.resourceId != 0;
-}
-
-bool hasTarget(const Options& options)
-{
-    return !options.target.empty();
+    return (... && (options.*Members !=
+                    std::remove_cvref_t<decltype(options.*Members)>()));
 }
 
 bool namesBackplanes(const Options& options)
@@ -68,9 +57,16 @@ bool namesObjects(const Options& options)
     return options.target == "objects" || options.target == "Objects";
 }
 
-constexpr Check needsAddress{hasAddress, "Device address not specified"};
-constexpr Check needsService{hasService, "Service not specified"};
-constexpr Check needsResourceId{hasResourceId, "Resource ID not specified"};
+constexpr Check needsAddress{given<&Options::address>,
+                             "Device address not specified"};
+constexpr Check needsService{given<&Options::service>, "Service not specified"};
+constexpr Check needsResourceId{given<&Options::resourceId>,
+                                "Resource ID not specified"};
+constexpr Check needsController{given<&Options::address, &Options::service>,
+                                "Device address or service not specified"};
+constexpr Check needsVolume{
+    given<&Options::address, &Options::resourceId, &Options::service>,
+    "Device address or resource id or service not specified"};
 constexpr Check needsParamOrFile{[](const Options& options) {
                                      return !options.params.empty() ||
                                             !options.file.empty();
@@ -78,22 +74,10 @@ constexpr Check needsParamOrFile{[](const Options& options) {
                                  "Param or file is NOT specified"};
 /** The NVMe service asks for no address. */
 constexpr Check needsAddressOrNvme{[](const Options& options) {
-                                       return hasAddress(options) ||
+                                       return options.address != 0 ||
                                               options.service == "nvmed";
                                    },
                                    "Device address not specified"};
-constexpr Check needsController{[](const Options& options) {
-                                    return hasAddress(options) &&
-                                           hasService(options);
-                                },
-                                "Device address or service not specified"};
-constexpr Check needsVolume{
-    [](const Options& options)
-    {
-        return hasAddress(options) && hasResourceId(options) &&
-               hasService(options);
-    },
-    "Device address or resource id or service not specified"};
 constexpr Check needsStorageTarget{[](const Options& options)
                                    { return isStorageTarget(options.target); },
                                    "Unknown target: ", &Options::target};
@@ -120,7 +104,8 @@ struct Operation
 
 /** An operation per row; the first that fits is it. */
 constexpr std::array operations{
-    Operation{.word = "list", .applies = hasTarget, .run = listTargets},
+    Operation{
+        .word = "list", .applies = given<&Options::target>, .run = listTargets},
     Operation{.word = "list", .run = listPCIeDevices},
     Operation{
         .word = "show", .applies = namesBackplanes, .run = showBackplanes},
@@ -129,7 +114,7 @@ constexpr std::array operations{
               .name = "showObjects exception: ",
               .run = showObjects},
     Operation{.word = "show",
-              .applies = hasTarget,
+              .applies = given<&Options::target>,
               .checks = {needsService, needsAddressOrNvme, needsStorageTarget},
               .run = showStorageResources},
     Operation{.word = "show",

@@ -4,7 +4,6 @@
 #include "tool/guard.hpp"
 #include "tool/options.hpp"
 #include "tool/output.hpp"
-#include "tool/usage.hpp"
 
 #include <chrono>
 

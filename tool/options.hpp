@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tool
 {
@@ -38,6 +39,9 @@ struct Options
  *          error)
  */
 bool parseOptions(int argc, char* argv[], Options& options);
+
+/** The usage text; every line of it ends in carriage return and line feed. */
+extern const std::string_view usageText;
 
 /** The first word that belongs to no option, null when there is none.
  *

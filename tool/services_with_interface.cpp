@@ -18,7 +18,7 @@ void enterServices(const io::mapper::SubTree& tree, const std::string& word,
     const io::bus::Service wanted(word);
     for (const auto& [path, services] : tree)
     {
-        if ((word.empty() || path == wanted.path()) && !services.empty())
+        if ((word.empty() || path == wanted.path) && !services.empty())
         {
             result[services.begin()->first] = path;
         }

@@ -12,22 +12,6 @@ void report(const char* reason)
     tool::out::errorLine({"zantric: terminated by an exception: ", reason});
 }
 
-void report(const std::exception_ptr& current)
-{
-    try
-    {
-        std::rethrow_exception(current);
-    }
-    catch (const std::exception& failure)
-    {
-        report(failure.what());
-    }
-    catch (...)
-    {
-        report("of unknown kind");
-    }
-}
-
 } // namespace
 
 namespace __gnu_cxx // NOLINT(bugprone-reserved-identifier)
@@ -41,9 +25,20 @@ namespace __gnu_cxx // NOLINT(bugprone-reserved-identifier)
  */
 void __verbose_terminate_handler() // NOLINT(bugprone-reserved-identifier)
 {
-    if (const std::exception_ptr current = std::current_exception())
+    try
     {
-        report(current);
+        if (std::current_exception())
+        {
+            throw;
+        }
+    }
+    catch (const std::exception& failure)
+    {
+        report(failure.what());
+    }
+    catch (...)
+    {
+        report("of unknown kind");
     }
     std::abort();
 }

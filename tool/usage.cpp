@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/usage.hpp"
+#include "tool/options.hpp"
 
 // clang-format off
 const std::string_view tool::usageText =

@@ -12,19 +12,17 @@ kernel_modules=(i2c-aspeed i2c-mux-pca954x mdio-aspeed ftgmac100)
 # The last two are what the tool's and the simulator's packages depend on.
 board_packages=(busybox dbus-broker dropbear-bin kmod systemd systemd-sysv
     libssl3 libstdc++6)
+# For ARM and, for scripts/release, for the machine that builds.
 cross_packages=(build-essential crossbuild-essential-armhf dbus debhelper
-    meson ninja-build nlohmann-json3-dev pkg-config:armhf libboost-dev:armhf
-    libgtest-dev:armhf libssl-dev:armhf libstdc++6:armhf libsystemd-dev:armhf)
+    meson ninja-build nlohmann-json3-dev libgtest-dev:armhf libstdc++6:armhf
+    {pkg-config,libboost-dev,libssl-dev,libsystemd-dev}{,:armhf})
 
-# Take a step unless it was taken with the same key. $1: its name; $2: the key;
-# $3: what is said meanwhile; then the command.
-step() {
-    local name=$1 key=$2 text=$3 log=$cache/$1.log
-    shift 3
-    [ "$(cat "$cache/$name.key" 2>/dev/null)" = "$key" ] && return
-    rm -f "$cache/$name.key"
+# Do something and say how long it took; its output goes to a log. $1: its
+# name; $2: what is said meanwhile; then the command.
+timed_step() {
+    local text=$2 log=$cache/$1.log start=$SECONDS
+    shift 2
     printf '== %s: ' "$text"
-    local start=$SECONDS
     # A command of a condition would go on after an error in it.
     set +e
     (set -e && "$@") >"$log" 2>&1 </dev/null
@@ -32,6 +30,16 @@ step() {
     set -e
     [ $status -eq 0 ] || { echo && explain "$text" "$log"; }
     printf '%s s\n' $((SECONDS - start))
+}
+
+# Take a step unless it was taken with the same key. $1: its name; $2: the key;
+# $3: what is said meanwhile; then the command.
+step() {
+    local name=$1 key=$2
+    shift 2
+    [ "$(cat "$cache/$name.key" 2>/dev/null)" = "$key" ] && return
+    rm -f "$cache/$name.key"
+    timed_step "$name" "$@"
     printf '%s\n' "$key" >"$cache/$name.key"
 }
 
@@ -135,12 +143,20 @@ copy_sources() {
         tar -c --null --ignore-failed-read -T -) | tar -x -C "$target"
 }
 
+# Build the Debian packages beside a folder of sources in the root. $1: the
+# folder there; $2: architecture; then options of dpkg-buildpackage.
+build_packages_of() {
+    rm -f "$cache/cross$1"/../*.deb
+    # dpkg-buildpackage looks for it nowhere else.
+    mv "$cache/cross$1/packaging/debian" "$cache/cross$1/debian"
+    in_cross "$1" env LC_ALL=C DEB_BUILD_OPTIONS='nocheck noautodbgsym' \
+        dpkg-buildpackage -a"$2" --build=binary --no-sign "${@:3}"
+}
+
 build_packages() {
     copy_sources
-    mv "$cache/cross/src/packaging/debian" "$cache/cross/src/debian"
-    rm -f "$cache"/cross/*.deb
-    in_cross /src env LC_ALL=C CC=arm-linux-gnueabihf-gcc \
-        DEB_BUILD_OPTIONS='nocheck noautodbgsym' dpkg-buildpackage -aarmhf --build=binary --no-sign -nc
+    # Objects of the build before are of use.
+    build_packages_of /src armhf -nc
 }
 
 # The board's keys, the packages and what packaging/bmc/root holds.
@@ -210,7 +226,8 @@ build_for_arm() {
     # shellcheck disable=SC2016
     in_cross /src sh -ec '[ -f "$0/build.ninja" ] || meson setup "$0" \
             --cross-file packaging/cross/arm-linux-gnueabihf.ini "$@"
-        ninja -C "$0" --quiet' "$@" >"$cache/$1.log" 2>&1 ||
+        ninja -C "$0" --quiet' "$1" "${at_once[@]}" "${@:2}" \
+        >"$cache/$1.log" 2>&1 ||
         fail "the build for ARM failed; see $cache/$1.log"
 }
 

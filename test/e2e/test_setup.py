@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """What `meson setup` says of the libraries, and what it refuses."""
 
+import hashlib
 import os
+import re
 import subprocess
 
 import pytest
@@ -52,3 +54,19 @@ def test_the_summary_tells_the_stand_ins(setup):
                  "attest          : on the requester in subprojects/libspdm",
                  "C++ runtime     : shared"):
         assert line in said, said
+
+
+def test_the_layers_recipe_is_of_this_tree():
+    """Its version, the checksum of the licence, and the programs it packs."""
+    recipe, = sim_env.ROOT.glob("packaging/yocto/meta-*/recipes-*/*/*.bb")
+    text = recipe.read_text()
+    project = (sim_env.ROOT / "meson.build").read_text()
+    version = re.search(r"^    version: '(.*)',$", project, re.M)[1]
+    assert f'PV = "{version}+git"\n' in text
+    digest = hashlib.md5((sim_env.ROOT / "LICENSE").read_bytes()).hexdigest()
+    assert f'"file://LICENSE;md5={digest}"\n' in text
+    programs = re.search(r"for program in (.*?); do", text, re.S)[1]
+    for program in programs.replace("\\", " ").split():
+        folder, name = program.split("/")
+        assert f"'{name}'," in (sim_env.ROOT / "test" / folder
+                                / "meson.build").read_text()

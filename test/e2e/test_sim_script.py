@@ -3,6 +3,7 @@
 
 import os
 import pathlib
+import re
 import select
 import signal
 import subprocess
@@ -144,3 +145,31 @@ def test_a_bad_scenario_is_told(tmp_path):
     scenario.write_text('{"services": 5}')
     assert run("true", SIM_SCENARIO=str(scenario)) == (
         "", "sim: bmcsim: /services: must be an object\n", 1)
+
+
+# One event whose record journald reads when its writer has long ended.
+LATE = """kill -STOP "$0" && zantric -o event -p 'senState=18;slot=4'
+kill -CONT "$0"; journalctl --sync; """
+
+
+def test_the_manuals_command_finds_what_a_run_that_ended_wrote():
+    """journald cannot tell the name of a process that is gone."""
+    page = (sim_env.ROOT / "man/zantric.8").read_text().replace("\\-", "-")
+    command, = re.findall(r'is in the journal, as "(journalctl [^"]*)"', page)
+    script = 'sh -c "$1" "$(pgrep -P $PPID systemd-journal)" 2>&1'
+    out, err, status = run("sh", "-c", script, "sh", LATE + command)
+    assert out.splitlines() == [
+        "PCIe %1 overtemperature has transitioned to critical from a less "
+        "severe state.",
+        "Gen temperature event succeeded: slot=4, prio=2, evt=HRLKDCA0017M"]
+    assert (err, status) == ("", 0)
+
+
+def test_the_demo():
+    """Each of its attestations with all its records, from the first on."""
+    out, err, status = run("--demo")
+    assert (err, status) == ("", 0)
+    parts = [part.rstrip("\n").split("\n\n")[0].split("\n")
+             for part in out.split("\nIn the journal:\n")[1:]]
+    assert [(part[0].strip(), part[-1].strip()) for part in parts] == [
+        ("SPDM Lib initialized", "SPDM Lib uninitialized")] * 3

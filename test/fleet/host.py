@@ -22,7 +22,9 @@ CALLS = "/run/bmcsim.log"
 _HOME = pathlib.Path("/run/bmc")
 _MS_BIND = 0x1000
 # The programs of a BMC's image beside the BusyBox.
-_PROGRAMS = ("journalctl",)
+_PROGRAMS = ("journalctl", "sudo")
+# Who may log in beside root, and may become root.
+_OPERATOR = 1000
 _APPLETS_UNWANTED = ("journalctl",)
 _SHELL = """#!/bin/sh
 export DBUS_SYSTEM_BUS_ADDRESS='{address}' DBUS_STARTER_BUS_TYPE=system
@@ -92,19 +94,31 @@ class Host:
         tool.symlink_to(self.build / "tool/zantric")
         return True
 
-    def _accounts(self):
-        keys = _HOME / "home/.ssh"
+    def _home(self, name, user):
+        """A user's folder; who has the lab's key may log in as the user."""
+        home = _HOME / name
+        keys = home / ".ssh"
         keys.mkdir(parents=True, mode=0o700)
         (keys / "authorized_keys").write_text(self.settings["key"])
+        for path in (home, keys, keys / "authorized_keys"):
+            os.chown(path, user, user)
+        return home
+
+    def _accounts(self):
+        root = self._home("home", 0)
+        operator = self._home("operator", _OPERATOR)
         shell = _HOME / "shell"
         shell.write_text(_SHELL.format(
             address=os.environ["DBUS_SYSTEM_BUS_ADDRESS"]))
         shell.chmod(0o755)
         for name, text in (
-                ("passwd", f"root:x:0:0:root:{_HOME}/home:{shell}\n"),
-                ("shells", f"{shell}\n")):
+                ("passwd", f"root:x:0:0:root:{root}:{shell}\n"
+                 f"operator:x:{_OPERATOR}:{_OPERATOR}::{operator}:{shell}\n"),
+                ("shells", f"{shell}\n"),
+                ("sudoers", "operator ALL=(ALL) NOPASSWD: ALL\n")):
             (_HOME / name).write_text(text)
             _bind(_HOME / name, f"/etc/{name}")
+        (_HOME / "sudoers").chmod(0o440)
 
     def simulate(self, scenario):
         """Plays a scenario, in place of the one that is played."""

@@ -9,6 +9,9 @@ from lab import free_port
 
 A = "0x8c0000"
 FULL = "/mnt"
+# Another user than root who becomes root.
+OPERATOR = {"ansible_user": "operator"}
+BECOME = {**OPERATOR, "ansible_become": True, "ansible_become_method": "sudo"}
 # What only reads, with what makes it work.
 READING = {
     "list": {"operation": "list"},
@@ -96,7 +99,8 @@ def footprint(bmc):
     return files, bmc.processes()
 
 
-def test_every_operation_works_and_leaves_nothing(lab, ansible):
+@pytest.mark.parametrize("user", [{}, BECOME], ids=["root", "sudo"])
+def test_every_operation_works_and_leaves_nothing(lab, ansible, user):
     bmc = lab.bmcs["bmc01"]
     tty_log = "/tmp/adapter_slot"
     before, before_calls = footprint(bmc), calls_of(bmc)
@@ -131,6 +135,16 @@ def test_what_the_tool_refuses_has_its_message(lab, ansible):
         record = play.one("bmc01", name)
         assert (record.status, record.result["rc"]) == ("failed", 255), name
         assert message in record.result["msg"], name
+
+
+def test_a_user_who_stays_that_user_changes_nothing(lab, ansible):
+    """The service refuses nobody here; there is no folder for the change."""
+    bmc = lab.bmcs["bmc01"]
+    before = calls_of(bmc)
+    record = ansible.run(bmc, variables=OPERATOR, **CHANGING["delete"][0])
+    assert record.status == "failed"
+    assert "nothing was sent: cannot write in /run" in record.result["msg"]
+    assert calls_of(bmc) == before
 
 
 def test_check_mode_reads_and_sends_no_change(lab, ansible):

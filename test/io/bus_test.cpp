@@ -14,8 +14,8 @@ namespace
 TEST(BusService, aWordIsItsNameAndItsRootObject)
 {
     const io::bus::Service service("rsa");
-    EXPECT_EQ(service.name(), "com.mervax.rsa");
-    EXPECT_EQ(service.path(), "/com/mervax/rsa");
+    EXPECT_EQ(service.name, "com.mervax.rsa");
+    EXPECT_EQ(service.path, "/com/mervax/rsa");
     const io::bus::Target target = service.at(testInterface);
     EXPECT_STREQ(target.service, "com.mervax.rsa");
     EXPECT_STREQ(target.path, "/com/mervax/rsa");
@@ -25,9 +25,9 @@ TEST(BusService, aWordIsItsNameAndItsRootObject)
 TEST(BusService, aWordIsTakenAsItIs)
 {
     const io::bus::Service service("");
-    EXPECT_EQ(service.name(), "com.mervax.");
-    EXPECT_EQ(service.path(), "/com/mervax/");
-    EXPECT_EQ(io::bus::Service("a b").name(), "com.mervax.a b");
+    EXPECT_EQ(service.name, "com.mervax.");
+    EXPECT_EQ(service.path, "/com/mervax/");
+    EXPECT_EQ(io::bus::Service("a b").name, "com.mervax.a b");
 }
 
 TEST(BusTarget, itsPropertiesAreBesideIt)

@@ -103,13 +103,13 @@ _FAULTS = (
     ("io/common/spdm/UdsSocket.cpp", "a descriptor beyond the set",
      "if (fd < 0 || fd >= FD_SETSIZE)", "if (fd < 0)"),
     ("io/common/spdm/UdsSocket.cpp", "connected before it is bound",
-     "           bind(fd, self, sizeof(address)) == 0 &&\n"
-     "           connect(fd, self, sizeof(address)) == 0;",
-     "           connect(fd, self, sizeof(address)) == 0 &&\n"
-     "           bind(fd, self, sizeof(address)) == 0;"),
+     "           bind(fd.number(), self, sizeof(address)) == 0 &&\n"
+     "           connect(fd.number(), self, sizeof(address)) == 0;",
+     "           connect(fd.number(), self, sizeof(address)) == 0 &&\n"
+     "           bind(fd.number(), self, sizeof(address)) == 0;"),
     ("io/common/spdm/PathUsers.cpp", "a user that does not count",
-     "lock(fd, F_OFD_SETLK, F_RDLCK, use)",
-     "lock(fd, F_OFD_SETLK, F_UNLCK, use)"),
+     "lock(file, F_OFD_SETLK, F_RDLCK, use)",
+     "lock(file, F_OFD_SETLK, F_UNLCK, use)"),
     # What is said to whom.
     ("tool/firmware/update.cpp", "a message to the other stream",
      'out::line("Failed to initiate device update")',

@@ -61,7 +61,6 @@ Session::Session(Device& responder, Fault change, Use how) :
     set<uint16_t>(LIBSPDM_DATA_KEY_SCHEDULE, 1);
     set<uint8_t>(LIBSPDM_DATA_OTHER_PARAMS_SUPPORT, 0x12);
     set<uint8_t>(LIBSPDM_DATA_MEL_SPEC, 1);
-    set<uint8_t>(LIBSPDM_DATA_REQUEST_RETRY_TIMES, use.retries);
 }
 
 Session::~Session()

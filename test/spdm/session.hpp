@@ -59,7 +59,6 @@ struct Use
 {
     /** Whether the receive function says how much arrived. */
     bool tellsLength{false};
-    uint8_t retries{0};
     size_t chainRoom{4096};
     uint32_t recordRoom{4096};
     bool isSigned{true};

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/options.hpp"
-#include "tool/usage.hpp"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

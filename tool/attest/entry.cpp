@@ -9,19 +9,9 @@ namespace
 
 using mctp::spdm::SpdmLib;
 
-/** The library for as long as an attestation takes. */
+/** Ends what the library holds, however the attestation ends. */
 struct Session
 {
-    explicit Session(const DbusConnPtr& bus)
-    {
-        SpdmLib::connection = bus;
-    }
-
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-    Session(Session&&) = delete;
-    Session& operator=(Session&&) = delete;
-
     ~Session()
     {
         SpdmLib::uninitialize();
@@ -33,7 +23,8 @@ struct Session
 bool run(const DbusConnPtr& bus, uint32_t address,
          const std::string& rootCertDir)
 {
-    const Session session(bus);
+    const Session session;
+    SpdmLib::connection = bus;
     return SpdmLib::initialize() == LIBSPDM_STATUS_SUCCESS &&
            SpdmLib::authenticateTarget(address, rootCertDir) ==
                LIBSPDM_STATUS_SUCCESS;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/attest/module.hpp"
 
-#include "io/common/src/Executable.hpp"
+#include "io/common/src/File.hpp"
 
 #include <dlfcn.h>
 #include <unistd.h>

@@ -3,13 +3,11 @@
 
 #include "io/common/src/Wait.hpp"
 #include "tool/firmware/list_devices.hpp"
-#include "tool/firmware/part_number.hpp"
 #include "tool/firmware/progress.hpp"
 #include "tool/guard.hpp"
 #include "tool/output.hpp"
 
-#include <optional>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace tool
@@ -83,6 +81,29 @@ void updateDevices(const DbusConnPtr& bus, const Options& options,
 }
 
 } // namespace
+
+std::optional<std::string> partNumberOfFile(const std::string& file)
+{
+    const std::size_t slash = file.rfind('/');
+    const std::size_t underscore = file.rfind('_');
+    if (slash == std::string::npos || underscore == std::string::npos ||
+        underscore < slash + 2)
+    {
+        return std::nullopt;
+    }
+    return file.substr(slash + 1, underscore - slash - 1);
+}
+
+std::optional<std::string> partNumberOfParams(const std::string& params)
+{
+    constexpr std::string_view key = "PN=";
+    const std::size_t at = params.find(key);
+    if (at == std::string::npos)
+    {
+        return std::nullopt;
+    }
+    return params.substr(at + key.size());
+}
 
 bool updateFirmware(const DbusConnPtr& bus, const Options& options)
 {

@@ -63,7 +63,7 @@ bool showObjects(const DbusConnPtr& bus, const Options& options)
         options.file.empty() ? io::target::softwareItem : options.file;
     const std::string service = options.service.empty()
                                   ? std::string()
-                                  : io::bus::Service(options.service).name();
+                                  : io::bus::Service(options.service).name;
     json document;
     if (!getSubTree(bus, io::target::inventory, {interface}, service, document))
     {

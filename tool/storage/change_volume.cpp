@@ -68,7 +68,7 @@ int32_t changeVolume(const DbusConnPtr& bus, const Options& options,
     if (options.operation == "autocfg")
     {
         const io::bus::Service service(options.service);
-        return autoConfigVolume(bus, service.name(), service.path(), options,
+        return autoConfigVolume(bus, service.name, service.path, options,
                                 request);
     }
     return resultOf(sendRequest(bus, options, request),

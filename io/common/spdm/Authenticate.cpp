@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "io/common/spdm/Measurements.hpp"
 #include "io/common/spdm/Spdm.hpp"
+#include "io/common/src/Text.hpp"
 
 #include <phosphor-logging/lg2.hpp>
 
 #include <array>
-#include <cstdio>
 
 namespace mctp::spdm
 {
 
 namespace
 {
+
+using io::text::hex;
 
 // Responder capability flags and key usage bits, DSP0274.
 constexpr uint32_t certificateCapability = 0x02;
@@ -36,8 +38,9 @@ std::string versionText(uint16_t version)
 
 /** Read an item of the library; false, with the value as it was, if not set. */
 template <typename T>
-bool getData(void* context, libspdm_data_type_t item,
-             libspdm_data_location_t location, T& value, uint8_t slot = 0)
+bool getData(
+    void* context, libspdm_data_type_t item, T& value, uint8_t slot = 0,
+    libspdm_data_location_t location = LIBSPDM_DATA_LOCATION_CONNECTION)
 {
     libspdm_data_parameter_t parameter{};
     parameter.location = location;
@@ -54,22 +57,6 @@ bool getData(void* context, libspdm_data_type_t item,
     return true;
 }
 
-/** What the library learned about a slot's key, read item by item. */
-template <typename T>
-bool getSlotData(void* context, libspdm_data_type_t item, uint8_t slot,
-                 T& value)
-{
-    return getData(context, item, LIBSPDM_DATA_LOCATION_CONNECTION, value,
-                   slot);
-}
-
-std::string hexText(unsigned value)
-{
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "0x%x", value);
-    return text.data();
-}
-
 void addItem(std::string& text, const char* name, const std::string& value)
 {
     text.append(text.empty() ? "" : ", ").append(name).append(value);
@@ -82,17 +69,17 @@ uint16_t readSlotInfo(void* context, uint8_t slot)
     uint8_t info = 0;
     uint16_t usage = 0;
     std::string text;
-    if (getSlotData(context, LIBSPDM_DATA_PEER_KEY_PAIR_ID, slot, keyPairId))
+    if (getData(context, LIBSPDM_DATA_PEER_KEY_PAIR_ID, keyPairId, slot))
     {
         addItem(text, "KeyPairId: ", std::to_string(keyPairId));
     }
-    if (getSlotData(context, LIBSPDM_DATA_PEER_CERT_INFO, slot, info))
+    if (getData(context, LIBSPDM_DATA_PEER_CERT_INFO, info, slot))
     {
-        addItem(text, "CertInfo: ", hexText(info));
+        addItem(text, "CertInfo: ", "0x" + hex(info));
     }
-    if (getSlotData(context, LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, slot, usage))
+    if (getData(context, LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, usage, slot))
     {
-        addItem(text, "KeyUsage: ", hexText(usage));
+        addItem(text, "KeyUsage: ", "0x" + hex(usage));
     }
     if (!text.empty())
     {
@@ -152,26 +139,24 @@ libspdm_return_t SpdmLib::authenticateTarget(uint32_t address,
 
 Negotiated SpdmLib::readNegotiated()
 {
-    constexpr auto peers = LIBSPDM_DATA_LOCATION_CONNECTION;
     void* const spdm = context.get();
     Negotiated result;
     uint32_t ownFlags = 0;
-    getData(spdm, LIBSPDM_DATA_CAPABILITY_FLAGS, LIBSPDM_DATA_LOCATION_LOCAL,
-            ownFlags);
+    getData(spdm, LIBSPDM_DATA_CAPABILITY_FLAGS, ownFlags, 0,
+            LIBSPDM_DATA_LOCATION_LOCAL);
     responderFlags = 0;
     // These decide what the device is asked for, and 0 asks for nothing: where
     // one cannot be read there is no connection.
     const bool isKnown =
-        getData(spdm, LIBSPDM_DATA_SPDM_VERSION, peers, result.version) &&
-        getData(spdm, LIBSPDM_DATA_CAPABILITY_FLAGS, peers, responderFlags) &&
-        getData(spdm, LIBSPDM_DATA_BASE_ASYM_ALGO, peers,
-                result.baseAsymAlgo) &&
-        getData(spdm, LIBSPDM_DATA_BASE_HASH_ALGO, peers, result.baseHashAlgo);
+        getData(spdm, LIBSPDM_DATA_SPDM_VERSION, result.version) &&
+        getData(spdm, LIBSPDM_DATA_CAPABILITY_FLAGS, responderFlags) &&
+        getData(spdm, LIBSPDM_DATA_BASE_ASYM_ALGO, result.baseAsymAlgo) &&
+        getData(spdm, LIBSPDM_DATA_BASE_HASH_ALGO, result.baseHashAlgo);
     if (isKnown)
     {
-        getData(spdm, LIBSPDM_DATA_CONNECTION_STATE, peers, result.state);
+        getData(spdm, LIBSPDM_DATA_CONNECTION_STATE, result.state);
     }
-    getData(spdm, LIBSPDM_DATA_MEASUREMENT_HASH_ALGO, peers,
+    getData(spdm, LIBSPDM_DATA_MEASUREMENT_HASH_ALGO,
             result.measurementHashAlgo);
     return result;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "io/common/spdm/Measurements.hpp"
 
+#include "io/common/src/Text.hpp"
+
 #include <phosphor-logging/lg2.hpp>
 
 #include <algorithm>
@@ -109,13 +111,10 @@ MeasurementValue decodeMeasurement(const MeasurementRecord& record)
 
 std::string hexDigits(std::span<const uint8_t> bytes)
 {
-    constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
-    text.reserve(bytes.size() * 2);
     for (uint8_t byte : bytes)
     {
-        text.push_back(digits[byte >> 4]);
-        text.push_back(digits[byte & 0x0F]);
+        text += io::text::hex(byte, 2);
     }
     return text;
 }

@@ -5,8 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 namespace mctp::spdm
 {
 
@@ -18,108 +16,78 @@ constexpr off_t turn = 0;
 constexpr off_t use = 1;
 
 /** Lock or unlock a byte: a command and a type of fcntl(2). */
-bool lock(int fd, int command, int type, off_t byte)
+bool lock(const io::Descriptor& file, int command, int type, off_t byte)
 {
-    struct flock range
-    {
-    };
-
+    struct flock range = {};
     range.l_type = static_cast<short>(type);
     range.l_whence = SEEK_SET;
     range.l_start = byte;
     range.l_len = 1;
-    int result = 0;
-    do
-    {
-        result = fcntl(fd, command, &range);
-    } while (result == -1 && errno == EINTR);
-    return result == 0;
+    return fcntl(file.number(), command, &range) == 0;
 }
 
 /** Who left before may have removed the file that was waited for. */
-bool isRemoved(int fd)
+bool isRemoved(const io::Descriptor& file)
 {
-    struct stat status
-    {
-    };
-
-    return fstat(fd, &status) == 0 && status.st_nlink == 0;
+    struct stat status = {};
+    return fstat(file.number(), &status) == 0 && status.st_nlink == 0;
 }
 
 } // namespace
 
-PathUsers::~PathUsers()
-{
-    close();
-}
-
-bool PathUsers::open()
-{
-    close();
-    fd = ::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC,
-                S_IRUSR | S_IWUSR);
-    return fd != -1;
-}
-
-void PathUsers::close()
-{
-    if (fd != -1)
-    {
-        ::close(fd);
-        fd = -1;
-    }
-}
-
 bool PathUsers::enter(const std::string& path)
 {
-    file = path + ".lock";
+    name = path + ".lock";
     do
     {
-        if (!open() || !takeTurn())
+        file = io::Descriptor(open(name.c_str(),
+                                   O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC,
+                                   S_IRUSR | S_IWUSR));
+        if (!takeTurn())
         {
-            close();
+            file = io::Descriptor();
             return false;
         }
-    } while (isRemoved(fd));
+    } while (isRemoved(file));
     return true;
 }
 
 bool PathUsers::stay() const
 {
-    const bool counted = lock(fd, F_OFD_SETLK, F_RDLCK, use);
+    const bool counted = lock(file, F_OFD_SETLK, F_RDLCK, use);
     endTurn();
     return counted;
 }
 
 bool PathUsers::takeTurn() const
 {
-    return lock(fd, F_OFD_SETLKW, F_WRLCK, turn);
+    return lock(file, F_OFD_SETLKW, F_WRLCK, turn);
 }
 
 void PathUsers::endTurn() const
 {
-    lock(fd, F_OFD_SETLK, F_UNLCK, turn);
+    lock(file, F_OFD_SETLK, F_UNLCK, turn);
 }
 
 bool PathUsers::isAlone() const
 {
-    return lock(fd, F_OFD_SETLK, F_WRLCK, use);
+    return lock(file, F_OFD_SETLK, F_WRLCK, use);
 }
 
 void PathUsers::leave()
 {
-    if (fd == -1)
+    if (!file.isOpen())
     {
         return;
     }
     if (isAlone())
     {
-        unlink(file.c_str());
+        unlink(name.c_str());
     }
     // A copy of the descriptor in a child would keep the locks.
-    lock(fd, F_OFD_SETLK, F_UNLCK, use);
+    lock(file, F_OFD_SETLK, F_UNLCK, use);
     endTurn();
-    close();
+    file = io::Descriptor();
 }
 
 } // namespace mctp::spdm

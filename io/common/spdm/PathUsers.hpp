@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "io/common/src/File.hpp"
+
 #include <string>
 
 namespace mctp::spdm
@@ -17,13 +19,6 @@ namespace mctp::spdm
 class PathUsers
 {
   public:
-    PathUsers() = default;
-    PathUsers(const PathUsers&) = delete;
-    PathUsers& operator=(const PathUsers&) = delete;
-    PathUsers(PathUsers&&) = delete;
-    PathUsers& operator=(PathUsers&&) = delete;
-    ~PathUsers();
-
     /** Wait for the turn at a path that this run does not use yet.
      *
      *  @return false, with nothing to leave, when the lock file cannot be
@@ -45,11 +40,8 @@ class PathUsers
     void leave();
 
   private:
-    bool open();
-    void close();
-
-    int fd{-1};
-    std::string file;
+    io::Descriptor file;
+    std::string name;
 };
 
 } // namespace mctp::spdm

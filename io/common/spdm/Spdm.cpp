@@ -4,6 +4,7 @@
 #include <phosphor-logging/lg2.hpp>
 
 #include <array>
+#include <variant>
 
 namespace mctp::spdm
 {
@@ -11,49 +12,40 @@ namespace mctp::spdm
 namespace
 {
 
-/** What a value of the table takes in the library, in bytes. */
-enum class Width : uint8_t
-{
-    one = 1,
-    two = 2,
-    four = 4,
-    eight = 8,
-};
-
 struct Setting
 {
     libspdm_data_type_t item;
-    Width width;
-    uint64_t value;
+    /** In as many bytes as the library takes. */
+    std::variant<uint8_t, uint16_t, uint32_t, uint64_t> value;
 };
 
 /** What this requester offers, by the numbers of DSP0274. The version, the
  *  measurement hash and the transfer sizes are left to the library.
  */
 constexpr std::array settings{
-    Setting{LIBSPDM_DATA_CAPABILITY_CT_EXPONENT, Width::one, 0},
+    Setting{LIBSPDM_DATA_CAPABILITY_CT_EXPONENT, uint8_t{0}},
     // One second, in microseconds.
-    Setting{LIBSPDM_DATA_CAPABILITY_RTT_US, Width::eight, 1000000},
+    Setting{LIBSPDM_DATA_CAPABILITY_RTT_US, uint64_t{1000000}},
     // CERT, CHAL, ENCRYPT, MAC, KEY_EX, HBEAT, KEY_UPD and CHUNK.
-    Setting{LIBSPDM_DATA_CAPABILITY_FLAGS, Width::four, 0x262C6},
+    Setting{LIBSPDM_DATA_CAPABILITY_FLAGS, uint32_t{0x262C6}},
     // DMTF
-    Setting{LIBSPDM_DATA_MEASUREMENT_SPEC, Width::one, 0x01},
+    Setting{LIBSPDM_DATA_MEASUREMENT_SPEC, uint8_t{0x01}},
     // ECDSA P-384
-    Setting{LIBSPDM_DATA_BASE_ASYM_ALGO, Width::four, 0x80},
+    Setting{LIBSPDM_DATA_BASE_ASYM_ALGO, uint32_t{0x80}},
     // SHA-256 and SHA-384
-    Setting{LIBSPDM_DATA_BASE_HASH_ALGO, Width::four, 0x03},
+    Setting{LIBSPDM_DATA_BASE_HASH_ALGO, uint32_t{0x03}},
     // FFDHE-2048, FFDHE-3072, secp256r1 and secp384r1
-    Setting{LIBSPDM_DATA_DHE_NAME_GROUP, Width::two, 0x1B},
+    Setting{LIBSPDM_DATA_DHE_NAME_GROUP, uint16_t{0x1B}},
     // AES-256-GCM and ChaCha20-Poly1305
-    Setting{LIBSPDM_DATA_AEAD_CIPHER_SUITE, Width::two, 0x06},
+    Setting{LIBSPDM_DATA_AEAD_CIPHER_SUITE, uint16_t{0x06}},
     // ECDSA P-384
-    Setting{LIBSPDM_DATA_REQ_BASE_ASYM_ALG, Width::two, 0x80},
+    Setting{LIBSPDM_DATA_REQ_BASE_ASYM_ALG, uint16_t{0x80}},
     // the SPDM key schedule
-    Setting{LIBSPDM_DATA_KEY_SCHEDULE, Width::two, 0x01},
+    Setting{LIBSPDM_DATA_KEY_SCHEDULE, uint16_t{0x01}},
     // opaque data format 1 and multi-key connection
-    Setting{LIBSPDM_DATA_OTHER_PARAMS_SUPPORT, Width::one, 0x12},
+    Setting{LIBSPDM_DATA_OTHER_PARAMS_SUPPORT, uint8_t{0x12}},
     // DMTF
-    Setting{LIBSPDM_DATA_MEL_SPEC, Width::one, 0x01},
+    Setting{LIBSPDM_DATA_MEL_SPEC, uint8_t{0x01}},
 };
 
 constexpr uint32_t senderBufferSize = 4480;
@@ -84,31 +76,18 @@ void release(void* /*context*/, const void* /*buffer*/)
 {
 }
 
-template <typename T>
 void apply(void* context, const Setting& setting)
 {
     libspdm_data_parameter_t parameter{};
     parameter.location = LIBSPDM_DATA_LOCATION_LOCAL;
-    auto value = static_cast<T>(setting.value);
+    const auto set = [&](auto value)
+    {
+        return libspdm_set_data(context, setting.item, &parameter, &value,
+                                sizeof(value));
+    };
     // The library refuses what it was built without; the peers then agree on
     // less.
-    static_cast<void>(libspdm_set_data(context, setting.item, &parameter,
-                                       &value, sizeof(value)));
-}
-
-void applySetting(void* context, const Setting& setting)
-{
-    switch (setting.width)
-    {
-        case Width::one:
-            return apply<uint8_t>(context, setting);
-        case Width::two:
-            return apply<uint16_t>(context, setting);
-        case Width::four:
-            return apply<uint32_t>(context, setting);
-        case Width::eight:
-            return apply<uint64_t>(context, setting);
-    }
+    static_cast<void>(std::visit(set, setting.value));
 }
 
 /** The transport comes first: the library checks the buffers against it. */
@@ -133,7 +112,7 @@ bool SpdmLib::setUpScratchBuffer()
 {
     const size_t size =
         libspdm_get_sizeof_required_scratch_buffer(context.get());
-    HeapBlock buffer(std::malloc(size));
+    HeapBlock buffer(std::malloc(size), std::free);
     if (buffer == nullptr)
     {
         return false;
@@ -190,7 +169,7 @@ libspdm_return_t SpdmLib::initialize()
     }
     for (const Setting& setting : settings)
     {
-        applySetting(context.get(), setting);
+        apply(context.get(), setting);
     }
     lg2::info("SPDM Lib initialized");
     return LIBSPDM_STATUS_SUCCESS;

@@ -18,15 +18,7 @@ namespace mctp::spdm
 {
 
 /** Memory from malloc(3). */
-struct FreeMemory
-{
-    void operator()(void* memory) const noexcept
-    {
-        std::free(memory);
-    }
-};
-
-using HeapBlock = std::unique_ptr<void, FreeMemory>;
+using HeapBlock = std::unique_ptr<void, decltype(&std::free)>;
 
 /** What the peers agreed on: the library's numbers (DSP0274). */
 struct Negotiated
@@ -155,10 +147,10 @@ class SpdmLib
     static libspdm_return_t readCertificate(uint8_t slot);
     static libspdm_return_t challenge(uint8_t slot);
 
-    inline static HeapBlock context;
+    inline static HeapBlock context{nullptr, std::free};
     /** Whether the library has put something into the context. */
     inline static bool contextInUse{false};
-    inline static HeapBlock scratchBuffer;
+    inline static HeapBlock scratchBuffer{nullptr, std::free};
     inline static uint8_t targetEid{0};
     inline static std::string mctpService; //!< empty: that of MCTP over PCIe
     inline static uint32_t responderFlags{0};

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "io/common/spdm/UdsSocket.hpp"
 
-#include "io/common/src/Executable.hpp"
+#include "io/common/src/File.hpp"
+#include "io/common/src/Text.hpp"
 
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -11,7 +12,6 @@
 
 #include <phosphor-logging/lg2.hpp>
 
-#include <algorithm>
 #include <cstring>
 
 namespace mctp::spdm
@@ -57,15 +57,9 @@ UdsSocket::~UdsSocket()
 
 std::string UdsSocket::pathFor(std::string_view executable)
 {
-    const auto slash = executable.rfind('/');
-    if (slash != std::string_view::npos)
-    {
-        executable.remove_prefix(slash + 1);
-    }
-    std::string path = "/run/";
-    path.append(executable).append("SpdmSocket");
-    path.resize(std::min(path.size(), sizeof(sockaddr_un::sun_path) - 1));
-    return path;
+    const std::string path = io::text::cat(
+        {"/run/", executable.substr(executable.rfind('/') + 1), "SpdmSocket"});
+    return path.substr(0, sizeof(sockaddr_un::sun_path) - 1);
 }
 
 bool UdsSocket::bindToPath() const
@@ -78,9 +72,9 @@ bool UdsSocket::bindToPath() const
     // the bind fail too, which then tells.
     unlink(path.c_str());
     // The file gets the socket's mode: nobody else may send into it.
-    return fchmod(fd, S_IRUSR | S_IWUSR) == 0 &&
-           bind(fd, self, sizeof(address)) == 0 &&
-           connect(fd, self, sizeof(address)) == 0;
+    return fchmod(fd.number(), S_IRUSR | S_IWUSR) == 0 &&
+           bind(fd.number(), self, sizeof(address)) == 0 &&
+           connect(fd.number(), self, sizeof(address)) == 0;
 }
 
 bool UdsSocket::openAtPath()
@@ -100,12 +94,12 @@ bool UdsSocket::openAtPath()
 
 int UdsSocket::init()
 {
-    if (fd != -1)
+    if (fd.isOpen())
     {
         return 0;
     }
-    fd = socket(AF_UNIX, SOCK_DGRAM, 0);
-    if (fd == -1)
+    fd = io::Descriptor(socket(AF_UNIX, SOCK_DGRAM, 0));
+    if (!fd.isOpen())
     {
         lg2::error("[ERR] Failed to open UDS socket for SPDM");
         return -1;
@@ -113,8 +107,7 @@ int UdsSocket::init()
     if (!openAtPath())
     {
         lg2::error("[ERR] Failed to bind UDS socket for SPDM");
-        close(fd);
-        fd = -1;
+        fd = io::Descriptor();
         return -1;
     }
     return 0;
@@ -122,12 +115,11 @@ int UdsSocket::init()
 
 void UdsSocket::uninit()
 {
-    if (fd == -1)
+    if (!fd.isOpen())
     {
         return;
     }
-    close(fd);
-    fd = -1;
+    fd = io::Descriptor();
     if (users.takeTurn() && users.isAlone() && unlink(path.c_str()) != 0)
     {
         lg2::error("[ERR] Failed to unlink {P}", "P", path);
@@ -146,27 +138,24 @@ bool UdsSocket::hasFile() const
 
 ssize_t UdsSocket::sendToSelf(std::span<const uint8_t> bytes) const
 {
-    return hasFile() ? send(fd, bytes.data(), bytes.size(), 0) : -1;
+    return hasFile() ? send(fd.number(), bytes.data(), bytes.size(), 0) : -1;
 }
 
 ssize_t UdsSocket::receive(void* buffer, std::size_t length,
                            uint64_t timeout) const
 {
-    const int ready = waitReadable(fd, timeout);
+    const int ready = waitReadable(fd.number(), timeout);
     if (ready == -1)
     {
         lg2::error("[ERR] select failed");
         return -1;
     }
-    ssize_t received = 0;
     if (ready == 0)
     {
         lg2::error("[ERR] Timeout occurred. No data received");
     }
-    else
-    {
-        received = recv(fd, buffer, length, 0);
-    }
+    const ssize_t received =
+        ready == 0 ? 0 : recv(fd.number(), buffer, length, 0);
     if (received < 0)
     {
         lg2::error("[ERR] recv failed");

@@ -28,11 +28,6 @@ namespace mctp::spdm
 class UdsSocket
 {
   public:
-    UdsSocket() = default;
-    UdsSocket(const UdsSocket&) = delete;
-    UdsSocket& operator=(const UdsSocket&) = delete;
-    UdsSocket(UdsSocket&&) = delete;
-    UdsSocket& operator=(UdsSocket&&) = delete;
     ~UdsSocket();
 
     /** Open the socket and bind it below /run, unless it is open.
@@ -77,7 +72,7 @@ class UdsSocket
     bool openAtPath();
     bool hasFile() const;
 
-    int fd{-1};
+    io::Descriptor fd;
     std::string path;
     PathUsers users;
 };

@@ -45,24 +45,14 @@ Target Target::properties() const
 }
 
 Service::Service(std::string_view word) :
-    busName(text::cat({"com.mervax.", word})),
-    rootPath(text::cat({"/com/mervax/", word}))
+    name(text::cat({"com.mervax.", word})),
+    path(text::cat({"/com/mervax/", word}))
 {
 }
 
 Target Service::at(const char* interface) const
 {
-    return {busName.c_str(), rootPath.c_str(), interface};
-}
-
-const std::string& Service::name() const
-{
-    return busName;
-}
-
-const std::string& Service::path() const
-{
-    return rootPath;
+    return {name.c_str(), path.c_str(), interface};
 }
 
 std::string signalRule(std::string_view interface, std::string_view member)

@@ -68,20 +68,15 @@ struct Target
 };
 
 /** The service that `-s` names with one word, and its root object. */
-class Service
+struct Service
 {
-  public:
     explicit Service(std::string_view word);
 
     /** An interface of the root object; valid as long as this is. */
     Target at(const char* interface) const;
 
-    const std::string& name() const;
-    const std::string& path() const;
-
-  private:
-    std::string busName;
-    std::string rootPath;
+    std::string name;
+    std::string path;
 };
 
 /** A peer's error reply; a text that it lacks is empty. */

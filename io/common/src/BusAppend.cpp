@@ -23,12 +23,6 @@ void check(int result)
     }
 }
 
-template <typename T>
-void appendNumber(sd_bus_message* call, char type, T number)
-{
-    check(sd_bus_message_append_basic(call, type, &number));
-}
-
 } // namespace
 
 void append(sd_bus_message* call, const char* text)
@@ -45,29 +39,9 @@ void append(sd_bus_message* call, const std::string& text)
     append(call, text.c_str());
 }
 
-void append(sd_bus_message* call, uint8_t number)
+void appendNumber(sd_bus_message* call, char type, const void* number)
 {
-    appendNumber(call, SD_BUS_TYPE_BYTE, number);
-}
-
-void append(sd_bus_message* call, uint16_t number)
-{
-    appendNumber(call, SD_BUS_TYPE_UINT16, number);
-}
-
-void append(sd_bus_message* call, int32_t number)
-{
-    appendNumber(call, SD_BUS_TYPE_INT32, number);
-}
-
-void append(sd_bus_message* call, uint32_t number)
-{
-    appendNumber(call, SD_BUS_TYPE_UINT32, number);
-}
-
-void append(sd_bus_message* call, uint64_t number)
-{
-    appendNumber(call, SD_BUS_TYPE_UINT64, number);
+    check(sd_bus_message_append_basic(call, type, number));
 }
 
 void append(sd_bus_message* call, const std::vector<uint8_t>& bytes)

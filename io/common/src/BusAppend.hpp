@@ -21,16 +21,34 @@ namespace io::bus
  */
 void append(sd_bus_message* call, const char* text);
 void append(sd_bus_message* call, const std::string& text);
-void append(sd_bus_message* call, uint8_t number);
-void append(sd_bus_message* call, uint16_t number);
-void append(sd_bus_message* call, int32_t number);
-void append(sd_bus_message* call, uint32_t number);
-void append(sd_bus_message* call, uint64_t number);
 void append(sd_bus_message* call, const std::vector<uint8_t>& bytes);
 void append(sd_bus_message* call, const std::vector<std::string>& texts);
 /** A dictionary of texts, in the order given. */
 void append(sd_bus_message* call,
             const std::vector<std::pair<std::string, std::string>>& entries);
-void append(sd_bus_message* call, bool flag) = delete; // would go as a number
+
+/** The letter of a number's type on the bus. None for bool, which would go as
+ *  a number. */
+template <typename T>
+inline constexpr char numberType = '\0';
+template <>
+inline constexpr char numberType<uint8_t> = 'y';
+template <>
+inline constexpr char numberType<uint16_t> = 'q';
+template <>
+inline constexpr char numberType<int32_t> = 'i';
+template <>
+inline constexpr char numberType<uint32_t> = 'u';
+template <>
+inline constexpr char numberType<uint64_t> = 't';
+
+void appendNumber(sd_bus_message* call, char type, const void* number);
+
+template <typename T>
+
+requires(numberType<T> != '\0') void append(sd_bus_message* call, T number)
+{
+    appendNumber(call, numberType<T>, &number);
+}
 
 } // namespace io::bus

@@ -21,28 +21,12 @@ using std::chrono::steady_clock;
 /** What the text of a call without a reply begins with. */
 constexpr const char* failedCall = "sd_bus_call";
 
-struct Unref
-{
-    void operator()(sd_bus_message* message) const
-    {
-        sd_bus_message_unref(message);
-    }
-
-    void operator()(sd_bus_slot* slot) const
-    {
-        sd_bus_slot_unref(slot);
-    }
-};
-
-using MessagePtr = std::unique_ptr<sd_bus_message, Unref>;
-using SlotPtr = std::unique_ptr<sd_bus_slot, Unref>;
-
 /** A call on its way: what its reply is known by, and what came meanwhile. */
 struct PendingCall
 {
     uint64_t cookie{0};
-    MessagePtr reply;
-    std::vector<MessagePtr> signals;
+    sdbusplus::message_t reply{nullptr};
+    std::vector<sdbusplus::message_t> signals;
 };
 
 bool isReplyTo(const PendingCall& call, sd_bus_message* message, uint8_t type)
@@ -66,7 +50,7 @@ int takeMessage(sd_bus_message* message, void* data,
     sd_bus_message_get_type(message, &type);
     if (isReplyTo(call, message, type))
     {
-        call.reply.reset(sd_bus_message_ref(message));
+        call.reply = sdbusplus::message_t(message);
         return 1;
     }
     if (type != SD_BUS_MESSAGE_SIGNAL)
@@ -75,7 +59,7 @@ int takeMessage(sd_bus_message* message, void* data,
     }
     if (sd_bus_message_get_destination(message) == nullptr)
     {
-        call.signals.emplace_back(sd_bus_message_ref(message));
+        call.signals.emplace_back(message);
     }
     return 1;
 }
@@ -129,10 +113,11 @@ Answer<sdbusplus::message_t> send(sdbusplus::message_t& method)
     PendingCall pending;
     sd_bus_slot* slot = nullptr;
     check(sd_bus_add_filter(bus, &slot, takeMessage, &pending), failedCall);
-    const SlotPtr filter(slot);
+    const std::unique_ptr<sd_bus_slot, decltype(&sd_bus_slot_unref)> filter(
+        slot, sd_bus_slot_unref);
     check(sd_bus_send(bus, method.get(), &pending.cookie), failedCall);
     const int result = awaitReply(bus, pending);
-    for (const MessagePtr& signal : pending.signals)
+    for (sdbusplus::message_t& signal : pending.signals)
     {
         sd_bus_enqueue_for_read(bus, signal.get());
     }
@@ -143,7 +128,7 @@ Answer<sdbusplus::message_t> send(sdbusplus::message_t& method)
         return std::unexpected(
             ErrorReply{textOf(error->name), textOf(error->message)});
     }
-    return sdbusplus::message_t(pending.reply.release(), std::false_type());
+    return std::move(pending.reply);
 }
 
 } // namespace io::bus

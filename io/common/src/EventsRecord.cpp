@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace io::events
 {
@@ -94,30 +95,19 @@ const char* informationalText(std::string_view messageId)
     return found == storageTexts.end() ? nullptr : found->message;
 }
 
-int storagePriority(EventSeverity severity)
+/** A storage event's priority and text; no text for an id that has none. */
+std::pair<int, const char*> storageMessage(EventSeverity severity,
+                                           std::string_view messageId)
 {
-    switch (severity)
+    if (severity == EventSeverity::informational)
     {
-        case EventSeverity::informational:
-            return priorityInformational;
-        case EventSeverity::warning:
-            return priorityWarning;
-        default:
-            return priorityCritical;
+        return {priorityInformational, informationalText(messageId)};
     }
-}
-
-const char* storageText(EventSeverity severity, std::string_view messageId)
-{
-    switch (severity)
+    if (severity == EventSeverity::warning)
     {
-        case EventSeverity::informational:
-            return informationalText(messageId);
-        case EventSeverity::warning:
-            return sensorWarning;
-        default:
-            return sensorCritical;
+        return {priorityWarning, sensorWarning};
     }
+    return {priorityCritical, sensorCritical};
 }
 
 } // namespace
@@ -148,14 +138,13 @@ std::optional<EventRecord> storageRecord(uint8_t slot, EventSeverity severity,
                                          const std::string& messageId,
                                          const char* extraArg)
 {
-    const char* message = storageText(severity, messageId);
+    const auto [priority, message] = storageMessage(severity, messageId);
     if (message == nullptr)
     {
         return std::nullopt;
     }
-    EventRecord record{"storageEvent", "CODE_LINE=383",
-                       message,        storagePriority(severity),
-                       messageId,      std::to_string(slot)};
+    EventRecord record{"storageEvent", "CODE_LINE=383", message,
+                       priority,       messageId,       std::to_string(slot)};
     if (extraArg != nullptr)
     {
         record.line = "CODE_LINE=391";

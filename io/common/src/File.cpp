@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -118,7 +119,7 @@ Descriptor tryLock(const std::string& path)
     require(file.isOpen(), "open");
     const bool locked = flock(file.number(), LOCK_EX | LOCK_NB) == 0;
     require(locked || errno == EWOULDBLOCK || errno == EINTR, "flock");
-    return locked && isNamed(file, path) ? std::move(file) : Descriptor(-1);
+    return locked && isNamed(file, path) ? std::move(file) : Descriptor();
 }
 
 Descriptor lockedFile(const std::string& path,
@@ -126,18 +127,20 @@ Descriptor lockedFile(const std::string& path,
 {
     constexpr std::chrono::milliseconds pause(1);
     const Clock::time_point end = Clock::now() + longest;
-    Descriptor file = tryLock(path);
-    while (!file.isOpen())
+    for (;;)
     {
+        Descriptor file = tryLock(path);
+        if (file.isOpen())
+        {
+            return file;
+        }
         if (Clock::now() >= end)
         {
             errno = ETIMEDOUT;
             fail("flock");
         }
         std::this_thread::sleep_for(pause);
-        file = tryLock(path);
     }
-    return file;
 }
 
 /** Give a new file the owner and the mode of the one that it replaces. */
@@ -239,6 +242,14 @@ void FileTurn::write(std::string_view content)
     require(rename(beside.c_str(), target.c_str()) == 0, "rename");
     renamed = true;
     syncFolder(target);
+}
+
+std::string executablePath()
+{
+    std::array<char, PATH_MAX> link{};
+    const ssize_t length =
+        readlink("/proc/self/exe", link.data(), link.size() - 1);
+    return length < 0 ? std::string() : std::string(link.data());
 }
 
 } // namespace io

@@ -14,7 +14,7 @@ namespace io
 class Descriptor
 {
   public:
-    explicit Descriptor(int number) noexcept : fd(number)
+    explicit Descriptor(int number = -1) noexcept : fd(number)
     {
     }
 
@@ -79,8 +79,6 @@ class FileTurn
     explicit FileTurn(
         const std::string& path,
         std::chrono::milliseconds longest = std::chrono::seconds(25));
-    FileTurn(const FileTurn&) = delete;
-    FileTurn& operator=(const FileTurn&) = delete;
     ~FileTurn();
 
     /** Give the file this content.
@@ -97,5 +95,10 @@ class FileTurn
     Descriptor file;
     bool renamed{false};
 };
+
+/** The path of the program that runs, as /proc/self/exe has it; empty when it
+ *  cannot be read. Of a program that has been removed or replaced meanwhile
+ *  the path ends with " (deleted)", as the kernel says it. */
+std::string executablePath();
 
 } // namespace io

@@ -251,11 +251,5 @@ libspdm_return_t libspdm_get_certificate(void* spdm_context,
     {
         return LIBSPDM_STATUS_INVALID_PARAMETER;
     }
-    return spdm::retryWhileBusy(context,
-                                [&]
-                                {
-                                    return spdm::getCertificate(
-                                        context, slot_id, *cert_chain_size,
-                                        cert_chain);
-                                });
+    return spdm::getCertificate(context, slot_id, *cert_chain_size, cert_chain);
 }

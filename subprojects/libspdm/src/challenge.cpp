@@ -208,6 +208,5 @@ libspdm_challenge_ex2(void* spdm_context, void* /*reserved*/, uint8_t slot_id,
                               .extras = {requester_context, requester_nonce_in,
                                          requester_nonce, responder_nonce,
                                          opaque_data, opaque_data_size}};
-    return spdm::retryWhileBusy(context,
-                                [&] { return spdm::run(context, challenge); });
+    return spdm::run(context, challenge);
 }

@@ -8,7 +8,7 @@ libspdm_return_t libspdm_init_connection(void* spdm_context,
     auto run = [&context](libspdm_return_t (*request)(spdm::Context&))
     {
         context.cryptoRequest = false;
-        return spdm::retryWhileBusy(context, [&] { return request(context); });
+        return request(context);
     };
     libspdm_return_t status = run(spdm::getVersion);
     if (LIBSPDM_STATUS_IS_ERROR(status) || get_version_only)

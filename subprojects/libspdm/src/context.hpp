@@ -60,19 +60,11 @@ struct Root
 /** This side's settings. */
 struct Local
 {
-    std::array<spdm_version_number_t, LIBSPDM_MAX_VERSION_COUNT> versions{
-        SPDM_MESSAGE_VERSION_10 << SPDM_VERSION_NUMBER_SHIFT_BIT,
-        SPDM_MESSAGE_VERSION_11 << SPDM_VERSION_NUMBER_SHIFT_BIT,
-        SPDM_MESSAGE_VERSION_12 << SPDM_VERSION_NUMBER_SHIFT_BIT,
-        SPDM_MESSAGE_VERSION_13 << SPDM_VERSION_NUMBER_SHIFT_BIT};
-    size_t versionCount{4};
     Capability capability;
     uint32_t senderDataTransferSize{0};
     uint64_t rttMicroseconds{0};
     Algorithms algorithms;
     std::array<Root, LIBSPDM_MAX_ROOT_CERT_SUPPORT> roots{};
-    uint8_t retries{0};
-    uint64_t retryDelayMicroseconds{0};
 };
 
 /** What the two sides agreed on and what the peer said. */
@@ -89,7 +81,6 @@ struct Connection
 struct Peer
 {
     uint8_t provisionedSlots{0};
-    uint8_t supportedSlots{0};
     std::array<uint8_t, SPDM_MAX_SLOT_COUNT * LIBSPDM_MAX_HASH_SIZE> digests{};
     std::array<PeerSlot, SPDM_MAX_SLOT_COUNT> slots{};
     std::array<PeerChain, SPDM_MAX_SLOT_COUNT> chains;
@@ -183,19 +174,5 @@ bool addToMeasurements(Context& context, Bytes message);
 
 /** Waits before a request is repeated. */
 void sleepMicroseconds(uint64_t duration);
-
-/** Runs a request again after ERROR(Busy), as often as was set. */
-template <typename Request>
-libspdm_return_t retryWhileBusy(Context& context, const Request& request)
-{
-    libspdm_return_t status = request();
-    for (size_t left = context.local.retries;
-         status == LIBSPDM_STATUS_BUSY_PEER && left > 0; --left)
-    {
-        sleepMicroseconds(context.local.retryDelayMicroseconds);
-        status = request();
-    }
-    return status;
-}
 
 } // namespace spdm

@@ -76,14 +76,6 @@ libspdm_return_t checkMasks(const Context& context, Bytes response)
                                        : LIBSPDM_STATUS_SUCCESS;
 }
 
-void keepMasks(Context& context, Bytes response)
-{
-    context.peer.provisionedSlots = param2Of(response);
-    context.peer.supportedSlots = versionOf(context) >= SPDM_MESSAGE_VERSION_13
-                                    ? param1Of(response)
-                                    : param2Of(response);
-}
-
 libspdm_return_t accept(Context& context, Bytes request, Bytes response,
                         void* digestBuffer)
 {
@@ -110,7 +102,7 @@ libspdm_return_t accept(Context& context, Bytes request, Bytes response,
     {
         std::ranges::copy(digests, static_cast<uint8_t*>(digestBuffer));
     }
-    keepMasks(context, response);
+    context.peer.provisionedSlots = param2Of(response);
     std::ranges::copy(digests, context.peer.digests.begin());
     context.peer.slots = {};
     if (context.connection.multiKey)
@@ -170,7 +162,5 @@ libspdm_return_t libspdm_get_digest(void* spdm_context,
     {
         return LIBSPDM_STATUS_INVALID_STATE_LOCAL;
     }
-    return spdm::retryWhileBusy(
-        context, [&]
-        { return spdm::getDigests(context, slot_mask, total_digest_buffer); });
+    return spdm::getDigests(context, slot_mask, total_digest_buffer);
 }

@@ -134,6 +134,5 @@ libspdm_return_t libspdm_get_measurement_ex2(
         .record = measurement_record,
         .extras = {requester_context, requester_nonce_in, requester_nonce,
                    responder_nonce, opaque_data, opaque_data_size}};
-    return spdm::retryWhileBusy(context,
-                                [&] { return spdm::run(context, query); });
+    return spdm::run(context, query);
 }

@@ -16,8 +16,6 @@ enum Access : uint8_t
     setConnection = 2,
     readLocal = 4,
     readConnection = 8,
-    /** Items that are one and the same in every location. */
-    setAnywhere = 16,
 };
 
 constexpr uint8_t setBoth = setLocal | setConnection;
@@ -66,12 +64,6 @@ void* inConnection(Context& context, bool /*local*/, uint8_t /*slot*/)
     return &(context.connection.*field);
 }
 
-template <auto field>
-void* inPeer(Context& context, bool /*local*/, uint8_t /*slot*/)
-{
-    return &(context.peer.*field);
-}
-
 /** Null for a slot that does not exist. */
 template <auto field>
 void* inSlot(Context& context, bool /*local*/, uint8_t slot)
@@ -90,13 +82,6 @@ constexpr std::array items{
          inCapability<&Capability::ctExponent>},
     Item{LIBSPDM_DATA_CAPABILITY_RTT_US, setLocal, 8,
          inLocal<&Local::rttMicroseconds>},
-    Item{LIBSPDM_DATA_CAPABILITY_DATA_TRANSFER_SIZE, readLocal | readConnection,
-         4, inCapability<&Capability::dataTransferSize>},
-    Item{LIBSPDM_DATA_CAPABILITY_MAX_SPDM_MSG_SIZE,
-         setConnection | readLocal | readConnection, 4,
-         inCapability<&Capability::maxMessageSize>},
-    Item{LIBSPDM_DATA_CAPABILITY_SENDER_DATA_TRANSFER_SIZE, readLocal, 4,
-         inLocal<&Local::senderDataTransferSize>},
     Item{LIBSPDM_DATA_MEASUREMENT_SPEC, algorithmAccess, 1,
          inAlgorithms<&Algorithms::measurementSpec>},
     Item{LIBSPDM_DATA_MEASUREMENT_HASH_ALGO, algorithmAccess, 4,
@@ -119,22 +104,12 @@ constexpr std::array items{
          inAlgorithms<&Algorithms::melSpec>},
     Item{LIBSPDM_DATA_CONNECTION_STATE, setConnection | readConnection,
          sizeof(libspdm_connection_state_t), inConnection<&Connection::state>},
-    Item{LIBSPDM_DATA_PEER_PROVISIONED_SLOT_MASK, readConnection, 1,
-         inPeer<&Peer::provisionedSlots>},
-    Item{LIBSPDM_DATA_PEER_SUPPORTED_SLOT_MASK, readConnection, 1,
-         inPeer<&Peer::supportedSlots>},
     Item{LIBSPDM_DATA_PEER_KEY_PAIR_ID, readConnection, 1,
          inSlot<&PeerSlot::keyPairId>},
     Item{LIBSPDM_DATA_PEER_CERT_INFO, readConnection, 1,
          inSlot<&PeerSlot::certInfo>},
     Item{LIBSPDM_DATA_PEER_KEY_USAGE_BIT_MASK, readConnection, 2,
          inSlot<&PeerSlot::keyUsage>},
-    Item{LIBSPDM_DATA_REQUEST_RETRY_TIMES, setAnywhere, 1,
-         inLocal<&Local::retries>},
-    Item{LIBSPDM_DATA_REQUEST_RETRY_DELAY_TIME, setAnywhere, 8,
-         inLocal<&Local::retryDelayMicroseconds>},
-    Item{LIBSPDM_DATA_MULTI_KEY_CONN_RSP, setConnection | readConnection,
-         sizeof(bool), inConnection<&Connection::multiKey>},
 };
 
 const Item* find(libspdm_data_type_t type)
@@ -145,19 +120,16 @@ const Item* find(libspdm_data_type_t type)
 
 bool maySet(const Item& item, libspdm_data_location_t location)
 {
-    uint8_t needed = location == LIBSPDM_DATA_LOCATION_LOCAL ? setLocal
-                   : location == LIBSPDM_DATA_LOCATION_CONNECTION
-                       ? setConnection
-                       : 0;
-    return (item.access & (needed | setAnywhere)) != 0;
+    uint8_t needed =
+        location == LIBSPDM_DATA_LOCATION_LOCAL ? setLocal : setConnection;
+    return (item.access & needed) != 0;
 }
 
 bool mayRead(const Item& item, libspdm_data_location_t location)
 {
-    return (location == LIBSPDM_DATA_LOCATION_LOCAL &&
-            (item.access & readLocal) != 0) ||
-           (location == LIBSPDM_DATA_LOCATION_CONNECTION &&
-            (item.access & readConnection) != 0);
+    uint8_t needed =
+        location == LIBSPDM_DATA_LOCATION_LOCAL ? readLocal : readConnection;
+    return (item.access & needed) != 0;
 }
 
 libspdm_return_t addRoot(Context& context, const void* data, size_t size)
@@ -171,25 +143,11 @@ libspdm_return_t addRoot(Context& context, const void* data, size_t size)
     return LIBSPDM_STATUS_SUCCESS;
 }
 
-libspdm_return_t setVersions(Context& context, const void* data, size_t size)
-{
-    Local& local = context.local;
-    if (size > sizeof(local.versions))
-    {
-        return LIBSPDM_STATUS_INVALID_PARAMETER;
-    }
-    local.versionCount = size / sizeof(spdm_version_number_t);
-    std::memcpy(local.versions.data(), data,
-                local.versionCount * sizeof(spdm_version_number_t));
-    return LIBSPDM_STATUS_SUCCESS;
-}
-
 libspdm_return_t setItem(Context& context, const Item& item,
                          const libspdm_data_parameter_t& parameter,
                          const void* data, size_t size)
 {
-    constexpr uint8_t anySet = setBoth | setAnywhere;
-    if ((item.access & anySet) == 0)
+    if ((item.access & setBoth) == 0)
     {
         return LIBSPDM_STATUS_UNSUPPORTED_CAP;
     }
@@ -236,8 +194,7 @@ libspdm_return_t libspdm_set_data(void* spdm_context,
                                   const libspdm_data_parameter_t* parameter,
                                   void* data, size_t data_size)
 {
-    if (spdm_context == nullptr || parameter == nullptr || data == nullptr ||
-        data_type >= LIBSPDM_DATA_MAX)
+    if (spdm_context == nullptr || parameter == nullptr || data == nullptr)
     {
         return LIBSPDM_STATUS_INVALID_PARAMETER;
     }
@@ -248,13 +205,9 @@ libspdm_return_t libspdm_set_data(void* spdm_context,
         return local ? spdm::addRoot(context, data, data_size)
                      : LIBSPDM_STATUS_INVALID_PARAMETER;
     }
-    if (data_type == LIBSPDM_DATA_SPDM_VERSION && local)
-    {
-        return spdm::setVersions(context, data, data_size);
-    }
     const spdm::Item* item = spdm::find(data_type);
     return item == nullptr
-             ? LIBSPDM_STATUS_UNSUPPORTED_CAP
+             ? LIBSPDM_STATUS_INVALID_PARAMETER
              : spdm::setItem(context, *item, *parameter, data, data_size);
 }
 
@@ -264,13 +217,13 @@ libspdm_return_t libspdm_get_data(void* spdm_context,
                                   void* data, size_t* data_size)
 {
     if (spdm_context == nullptr || parameter == nullptr || data == nullptr ||
-        data_size == nullptr || data_type >= LIBSPDM_DATA_MAX)
+        data_size == nullptr)
     {
         return LIBSPDM_STATUS_INVALID_PARAMETER;
     }
     spdm::Context& context = *static_cast<spdm::Context*>(spdm_context);
     const spdm::Item* item = spdm::find(data_type);
     return item == nullptr
-             ? LIBSPDM_STATUS_UNSUPPORTED_CAP
+             ? LIBSPDM_STATUS_INVALID_PARAMETER
              : spdm::readItem(context, *item, *parameter, data, *data_size);
 }

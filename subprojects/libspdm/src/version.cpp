@@ -18,23 +18,21 @@ uint8_t majorMinor(spdm_version_number_t version)
     return static_cast<uint8_t>(version >> SPDM_VERSION_NUMBER_SHIFT_BIT);
 }
 
-/** Highest own version whose number the peer has too; 0 for none. */
-spdm_version_number_t highestCommon(const Local& local, Reader peer,
-                                    size_t peerCount)
+/** Highest version that this side knows and the peer has too; 0 for none. */
+spdm_version_number_t highestCommon(Reader peer, size_t peerCount)
 {
-    spdm_version_number_t best = 0;
+    uint8_t best = 0;
     for (; peerCount > 0; --peerCount)
     {
         uint8_t offered = majorMinor(peer.u16());
-        for (size_t i = 0; i < local.versionCount; ++i)
+        if (offered >= SPDM_MESSAGE_VERSION_10 &&
+            offered <= SPDM_MESSAGE_VERSION_13)
         {
-            if (majorMinor(local.versions[i]) == offered)
-            {
-                best = std::max(best, local.versions[i]);
-            }
+            best = std::max(best, offered);
         }
     }
-    return best;
+    return static_cast<spdm_version_number_t>(best
+                                              << SPDM_VERSION_NUMBER_SHIFT_BIT);
 }
 
 /** Checks VERSION and yields the number of its entries. */
@@ -63,8 +61,8 @@ libspdm_return_t accept(Context& context, Bytes request, Bytes response)
         return status;
     }
     response = response.first(versionHead + count * sizeof(uint16_t));
-    spdm_version_number_t common = highestCommon(
-        context.local, Reader(response.subspan(versionHead)), count);
+    spdm_version_number_t common =
+        highestCommon(Reader(response.subspan(versionHead)), count);
     if (common == 0)
     {
         return LIBSPDM_STATUS_NEGOTIATION_FAIL;

@@ -5,14 +5,6 @@
 namespace sdbusplus::asio
 {
 
-connection::connection(boost::asio::io_context& ioIn) :
-    sdbusplus::bus_t(sdbusplus::bus::new_default()),
-    io(ioIn),
-    descriptor(io.get_executor(), get_fd())
-{
-    processSoon();
-}
-
 connection::connection(boost::asio::io_context& ioIn, sd_bus* shared) :
     sdbusplus::bus_t(shared), io(ioIn), descriptor(io.get_executor(), get_fd())
 {

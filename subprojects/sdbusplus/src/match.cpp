@@ -2,7 +2,6 @@
 #include <systemd/sd-bus.h>
 
 #include <sdbusplus/bus/match.hpp>
-#include <sdbusplus/exception.hpp>
 
 #include <utility>
 
@@ -21,13 +20,14 @@ int onMatch(sd_bus_message* m, void* context, sd_bus_error* /*e*/) noexcept
 
 } // namespace
 
-match::match(sdbusplus::bus_t& bus, const char* rule, callback_t callbackIn) :
+match::match(sdbusplus::bus_t& bus, const std::string& rule,
+             callback_t callbackIn) :
     callback(std::make_unique<callback_t>(std::move(callbackIn)))
 {
     sd_bus_slot* added = nullptr;
-    message::details::check(
-        sd_bus_add_match(get_busp(bus), &added, rule, onMatch, callback.get()),
-        "sd_bus_match");
+    message::details::check(sd_bus_add_match(bus.get(), &added, rule.c_str(),
+                                             onMatch, callback.get()),
+                            "sd_bus_match");
     slot.reset(added);
 }
 

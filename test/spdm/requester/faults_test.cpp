@@ -106,23 +106,6 @@ TEST(Errors, resynchronisationEndsTheConnection)
     EXPECT_EQ(state, uint32_t{LIBSPDM_CONNECTION_STATE_NOT_STARTED});
 }
 
-TEST(Busy, isRetriedAsOftenAsWasSet)
-{
-    for (size_t times = 0; times <= 3; ++times)
-    {
-        Fault busy = [times](size_t step, Message& answer)
-        {
-            if (step >= digestStep && step < digestStep + times)
-            {
-                answer = error(answer[1], 0x03);
-            }
-            return Delivery::normal;
-        };
-        Outcome outcome = attest(busy, {}, {.retries = 2});
-        EXPECT_EQ(outcome.digest, times <= 2 ? 0U : LIBSPDM_STATUS_BUSY_PEER);
-    }
-}
-
 /** Puts the answer off once, or as often as the peer is asked again. */
 Fault notReady(size_t wanted, const Message& data, bool always = false)
 {

@@ -3,9 +3,6 @@
 // device may lie, and sign that. So each check is looked at behind a signature
 // that holds.
 
-// To see what happens where there are no random numbers.
-#define OPENSSL_SUPPRESS_DEPRECATED
-
 #include "test/spdm/certificates.hpp"
 #include "test/spdm/session.hpp"
 

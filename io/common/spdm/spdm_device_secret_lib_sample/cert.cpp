@@ -2,15 +2,19 @@
 #include "io/common/spdm/spdm_device_secret_lib_sample/cert.hpp"
 
 #include "io/common/spdm/Libspdm.hpp"
+#include "io/common/src/File.hpp"
 #include "io/common/src/Text.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdio>
 #include <memory>
 #include <new>
 #include <source_location>
-#include <span>
 
 namespace mctp::spdm::cert
 {
@@ -18,11 +22,12 @@ namespace mctp::spdm::cert
 namespace
 {
 
-constexpr std::size_t textSize = 256;
-/** What a path may take, with its end. */
-constexpr std::size_t pathLimit = 255;
+using io::text::cat;
 
-std::array<char, textSize> directoryText{};
+/** What a text may take, with its end; a path's last place stays empty. */
+constexpr std::size_t textSize = 256;
+
+std::string directoryText;
 
 struct FileOfAlgorithms
 {
@@ -42,70 +47,36 @@ constexpr std::array files{
     FileOfAlgorithms{0x800, "ed448/ca.cert.der"},
 };
 
-struct CloseFile
-{
-    void operator()(std::FILE* file) const noexcept
-    {
-        std::fclose(file);
-    }
-};
-
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
 struct Content
 {
     std::unique_ptr<uint8_t[]> bytes; //!< null when there was no memory
     std::size_t size{0};
 };
 
-/** The size of an open file, which is left at its start. */
-bool measure(std::FILE* file, std::size_t& size)
-{
-    if (std::fseek(file, 0, SEEK_END) != 0)
-    {
-        return false;
-    }
-    const long end = std::ftell(file);
-    if (end < 0 || std::fseek(file, 0, SEEK_SET) != 0)
-    {
-        return false;
-    }
-    size = static_cast<std::size_t>(end);
-    return true;
-}
-
 /** @return what could not be done, empty when all was read */
 std::string readFile(const std::string& path, Content& content)
 {
-    using io::text::cat;
-    const File file(std::fopen(path.c_str(), "rb"));
-    if (file == nullptr)
+    const io::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.isOpen())
     {
         return cat({"Unable to open file ", path, "\n"});
     }
-    if (!measure(file.get(), content.size))
+    const off_t end = lseek(file.number(), 0, SEEK_END);
+    if (end < 0)
     {
         return cat({"Unable to get the file size ", path, "\n"});
     }
+    content.size = static_cast<std::size_t>(end);
     content.bytes.reset(new (std::nothrow) uint8_t[content.size]);
     if (content.bytes == nullptr)
     {
         return cat({"No sufficient memory to allocate ", path, "\n"});
     }
-    if (std::fread(content.bytes.get(), 1, content.size, file.get()) !=
-        content.size)
+    if (pread(file.number(), content.bytes.get(), content.size, 0) != end)
     {
         return cat({"Read input file error ", path});
     }
     return "";
-}
-
-/** Join directory and file name; a path of 255 characters loses its last. */
-bool makePath(const char* name, std::array<char, textSize>& path)
-{
-    const int length = std::snprintf(path.data(), pathLimit, "%s/%s",
-                                     directoryText.data(), name);
-    return length >= 0 && static_cast<std::size_t>(length) < textSize;
 }
 
 std::vector<uint8_t> makeChain(uint32_t hashAlgo, const Content& certificate)
@@ -130,9 +101,8 @@ std::vector<uint8_t> makeChain(uint32_t hashAlgo, const Content& certificate)
 
 void setDirectory(const std::string& directory)
 {
-    const int length = std::snprintf(directoryText.data(), directoryText.size(),
-                                     "%s", directory.c_str());
-    if (length < 0 || static_cast<std::size_t>(length) >= directoryText.size())
+    directoryText = directory.substr(0, textSize - 1);
+    if (directory.size() >= textSize)
     {
         std::fputs("Failed to copy the new cert dir path.\n", stderr);
     }
@@ -142,8 +112,7 @@ const char* fileName(uint32_t asymAlgo)
 {
     for (const FileOfAlgorithms& file : files)
     {
-        const bool oneBit = (asymAlgo & (asymAlgo - 1)) == 0;
-        if (oneBit && (file.algorithms & asymAlgo) != 0)
+        if (std::has_single_bit(asymAlgo) && (file.algorithms & asymAlgo) != 0)
         {
             return file.name;
         }
@@ -158,17 +127,16 @@ readRootCertChain(uint32_t hashAlgo, uint32_t asymAlgo)
     if (name == nullptr)
     {
         const unsigned line = std::source_location::current().line();
-        return std::unexpected(
-            io::text::cat({"LIBSPDM_ASSERT: cert.cpp(", io::text::decimal(line),
-                           "): false\n"}));
+        return std::unexpected(cat({"LIBSPDM_ASSERT: cert.cpp(",
+                                    io::text::decimal(line), "): false\n"}));
     }
-    std::array<char, textSize> path{};
-    if (!makePath(name, path))
+    const std::string path = cat({directoryText, "/", name});
+    if (path.size() >= textSize)
     {
         return std::unexpected("");
     }
     Content certificate;
-    std::string failure = readFile(path.data(), certificate);
+    std::string failure = readFile(path.substr(0, textSize - 2), certificate);
     if (!failure.empty())
     {
         return std::unexpected(std::move(failure));

@@ -5,7 +5,6 @@
 
 #include <stdint.h>
 
-#define MCTP_MESSAGE_TYPE_MCTP_CONTROL 0x00
 #define MCTP_MESSAGE_TYPE_SPDM 0x05
 #define MCTP_MESSAGE_TYPE_SECURED_MCTP 0x06
 

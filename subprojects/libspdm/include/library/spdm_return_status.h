@@ -9,25 +9,10 @@
 typedef uint32_t libspdm_return_t;
 
 #define LIBSPDM_STATUS_SEVERITY(status) (((status) >> 28) & 0xf)
-#define LIBSPDM_STATUS_SOURCE(status) (((status) >> 16) & 0xff)
-#define LIBSPDM_STATUS_IS_SUCCESS(status)                                      \
-    (LIBSPDM_STATUS_SEVERITY(status) == LIBSPDM_SEVERITY_SUCCESS)
 #define LIBSPDM_STATUS_IS_ERROR(status)                                        \
     (LIBSPDM_STATUS_SEVERITY(status) == LIBSPDM_SEVERITY_ERROR)
-#define LIBSPDM_STATUS_IS_WARNING(status)                                      \
-    (LIBSPDM_STATUS_SEVERITY(status) == LIBSPDM_SEVERITY_WARNING)
 
-#define LIBSPDM_SEVERITY_SUCCESS 0x0
-#define LIBSPDM_SEVERITY_WARNING 0x4
 #define LIBSPDM_SEVERITY_ERROR 0x8
-
-#define LIBSPDM_SOURCE_SUCCESS 0x00
-#define LIBSPDM_SOURCE_CORE 0x01
-#define LIBSPDM_SOURCE_CRYPTO 0x02
-#define LIBSPDM_SOURCE_CERT_PARSE 0x03
-#define LIBSPDM_SOURCE_TRANSPORT 0x04
-#define LIBSPDM_SOURCE_MEAS_COLLECT 0x05
-#define LIBSPDM_SOURCE_RNG 0x06
 
 #define LIBSPDM_STATUS_SUCCESS ((libspdm_return_t)0x00000000)
 
@@ -36,7 +21,6 @@ typedef uint32_t libspdm_return_t;
 #define LIBSPDM_STATUS_INVALID_PARAMETER ((libspdm_return_t)0x80010001)
 #define LIBSPDM_STATUS_UNSUPPORTED_CAP ((libspdm_return_t)0x80010002)
 #define LIBSPDM_STATUS_INVALID_STATE_LOCAL ((libspdm_return_t)0x80010003)
-#define LIBSPDM_STATUS_INVALID_STATE_PEER ((libspdm_return_t)0x80010004)
 /* Core: what arrived has a wrong field or size; nothing in common. */
 #define LIBSPDM_STATUS_INVALID_MSG_FIELD ((libspdm_return_t)0x80010005)
 #define LIBSPDM_STATUS_INVALID_MSG_SIZE ((libspdm_return_t)0x80010006)
@@ -50,10 +34,6 @@ typedef uint32_t libspdm_return_t;
 /* Core: buffers and resources. */
 #define LIBSPDM_STATUS_BUFFER_FULL ((libspdm_return_t)0x8001000c)
 #define LIBSPDM_STATUS_BUFFER_TOO_SMALL ((libspdm_return_t)0x8001000d)
-#define LIBSPDM_STATUS_SESSION_NUMBER_EXCEED ((libspdm_return_t)0x8001000e)
-#define LIBSPDM_STATUS_SESSION_MSG_ERROR ((libspdm_return_t)0x8001000f)
-#define LIBSPDM_STATUS_ACQUIRE_FAIL ((libspdm_return_t)0x80010010)
-#define LIBSPDM_STATUS_RESET_REQUIRED_PEER ((libspdm_return_t)0x80010012)
 #define LIBSPDM_STATUS_PEER_BUFFER_TOO_SMALL ((libspdm_return_t)0x80010013)
 
 /* Crypto: a primitive failed; a digest, signature or chain does not verify;
@@ -68,9 +48,6 @@ typedef uint32_t libspdm_return_t;
 /* Transport: the program's send or receive function failed. */
 #define LIBSPDM_STATUS_SEND_FAIL ((libspdm_return_t)0x80040000)
 #define LIBSPDM_STATUS_RECEIVE_FAIL ((libspdm_return_t)0x80040001)
-
-#define LIBSPDM_STATUS_MEAS_INVALID_INDEX ((libspdm_return_t)0x80050000)
-#define LIBSPDM_STATUS_MEAS_INTERNAL_ERROR ((libspdm_return_t)0x80050001)
 
 /* No random numbers to be had. */
 #define LIBSPDM_STATUS_LOW_ENTROPY ((libspdm_return_t)0x80060000)

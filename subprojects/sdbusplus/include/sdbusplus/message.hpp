@@ -3,14 +3,9 @@
 
 #include <systemd/sd-bus.h>
 
-#include <sdbusplus/exception.hpp>
-#include <sdbusplus/message/append.hpp>
-#include <sdbusplus/message/native_types.hpp>
 #include <sdbusplus/message/read.hpp>
-#include <sdbusplus/sdbus.hpp>
 
 #include <memory>
-#include <tuple>
 #include <type_traits>
 
 namespace sdbusplus
@@ -33,13 +28,12 @@ struct MessageUnref
 
 } // namespace details
 
-/** A counted reference to one message of sd-bus. Copies share the message and
- *  its reading position. */
+/** A counted reference to one message of sd-bus. */
 class message
 {
   public:
     /** Takes a reference of its own. */
-    explicit message(msgp_t m = nullptr) : msg(sd_bus_message_ref(m))
+    explicit message(msgp_t m) : msg(sd_bus_message_ref(m))
     {
     }
 
@@ -48,28 +42,7 @@ class message
     {
     }
 
-    message(message&&) = default;
-    message& operator=(message&&) = default;
-
-    message(const message& other) : message(other.msg.get())
-    {
-    }
-
-    message& operator=(const message& other)
-    {
-        message copy(other);
-        msg.swap(copy.msg);
-        return *this;
-    }
-
-    ~message() = default;
-
-    /** Hand the reference to the caller. */
-    msgp_t release()
-    {
-        return msg.release();
-    }
-
+    /** Whether there is a message. */
     explicit operator bool() const
     {
         return bool(msg);
@@ -81,101 +54,12 @@ class message
         return msg.get();
     }
 
-    /** Write the values to the end of the message. Never throws: what sd-bus
-     *  refuses is missing, and the next value of its type takes its place. */
-    template <typename... Args>
-    void append(Args&&... args)
-    {
-        (details::appendItem(msg.get(), args), ...);
-    }
-
     /** Read the next values. Containers are added to, not replaced.
-     *  @throw SdBusError where the message holds something else */
+     *  @throw SdBusError where the message holds something else, or nothing */
     template <typename... Args>
     void read(Args&&... args)
     {
         (details::readItem(msg.get(), args), ...);
-    }
-
-    /** read() with the values as its result: nothing, the value, or a tuple
-     *  of them. */
-    template <typename... Args>
-    auto unpack()
-    {
-        if constexpr (sizeof...(Args) == 1)
-        {
-            std::tuple_element_t<0, std::tuple<Args...>> value{};
-            read(value);
-            return value;
-        }
-        else if constexpr (sizeof...(Args) > 1)
-        {
-            std::tuple<Args...> values{};
-            std::apply([this](auto&... v) { read(v...); }, values);
-            return values;
-        }
-    }
-
-    // The texts below belong to the message and live as long as it does;
-    // null where the message has no such field.
-
-    const char* get_signature() const
-    {
-        return sd_bus_message_get_signature(msg.get(), 1);
-    }
-
-    const char* get_path() const
-    {
-        return sd_bus_message_get_path(msg.get());
-    }
-
-    const char* get_interface() const
-    {
-        return sd_bus_message_get_interface(msg.get());
-    }
-
-    const char* get_member() const
-    {
-        return sd_bus_message_get_member(msg.get());
-    }
-
-    const char* get_destination() const
-    {
-        return sd_bus_message_get_destination(msg.get());
-    }
-
-    const char* get_sender() const
-    {
-        return sd_bus_message_get_sender(msg.get());
-    }
-
-    /** Whether this is an error reply. */
-    bool is_method_error() const
-    {
-        return sd_bus_message_is_method_error(msg.get(), nullptr) != 0;
-    }
-
-    /** errno that an error reply stands for; 0 for any other message. */
-    int get_errno() const
-    {
-        return sd_bus_message_get_errno(msg.get());
-    }
-
-    /** Name and text of an error reply; null for any other message. */
-    const sd_bus_error* get_error() const
-    {
-        return sd_bus_message_get_error(msg.get());
-    }
-
-    /** Null for interface or member stands for any. */
-    bool is_method_call(const char* interface, const char* member) const
-    {
-        return sd_bus_message_is_method_call(msg.get(), interface, member) != 0;
-    }
-
-    bool is_signal(const char* interface, const char* member) const
-    {
-        return sd_bus_message_is_signal(msg.get(), interface, member) != 0;
     }
 
   private:

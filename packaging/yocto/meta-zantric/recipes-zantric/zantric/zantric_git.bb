@@ -10,8 +10,8 @@ SRC_URI = " \
     ${ZANTRIC_GIT};branch=${ZANTRIC_BRANCH} \
     file://run-ptest \
 "
-SRCREV = "fe42eb98ec1481b39716e018bddd4424e3150937"
-PV = "0.1.0+git"
+SRCREV = "573cf69d0975ca86d9790646367725cdb978ff40"
+PV = "0.2.0+git"
 
 inherit meson pkgconfig ptest
 
@@ -29,8 +29,7 @@ EXTRA_OEMESON = "--wrap-mode=nofallback"
 
 do_install_ptest() {
     install -d ${D}${PTEST_PATH}
-    for program in io/io_test tool/tool_test sim/sim_test \
-        spdm_responder/spdm_responder_test; do
+    for program in tool/tool_test sim/sim_test; do
         install -m 0755 ${B}/test/$program ${D}${PTEST_PATH}
     done
     install -m 0755 ${B}/sim/bmcsim ${D}${PTEST_PATH}

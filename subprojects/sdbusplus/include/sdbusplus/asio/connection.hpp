@@ -16,20 +16,12 @@ namespace sdbusplus::asio
 class connection : public sdbusplus::bus_t
 {
   public:
-    /** On the connection that the thread shares. */
-    explicit connection(boost::asio::io_context& ioIn);
-
     /** Takes a reference of its own on the bus. */
     connection(boost::asio::io_context& ioIn, sd_bus* shared);
 
     connection(const connection&) = delete;
     connection& operator=(const connection&) = delete;
     ~connection();
-
-    boost::asio::io_context& get_io_context()
-    {
-        return io;
-    }
 
   private:
     /** For this kind of executor only: one that can hold any doubles what

@@ -7,7 +7,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 
 namespace sdbusplus::bus
 {
@@ -29,22 +28,17 @@ struct SlotUnref
 
 /** A subscription that lasts as long as the object.
  *
- *  The callback runs inside bus_t::process and the like. It is called from C:
+ *  The callback runs inside bus_t::process_discard. It is called from C:
  *  an exception that leaves it ends the program (std::terminate). */
-struct match : private sdbusplus::bus::details::bus_friend
+struct match
 {
     using callback_t = std::function<void(sdbusplus::message_t&)>;
 
     /** @param[in] rule - a match rule of the bus daemon; a comma at its end
      *                    is fine
      *  @throw SdBusError where the rule is refused */
-    match(sdbusplus::bus_t& bus, const char* rule, callback_t callbackIn);
-
     match(sdbusplus::bus_t& bus, const std::string& rule,
-          callback_t callbackIn) :
-        match(bus, rule.c_str(), std::move(callbackIn))
-    {
-    }
+          callback_t callbackIn);
 
   private:
     // Behind a pointer, since sd-bus keeps its address when the match moves.

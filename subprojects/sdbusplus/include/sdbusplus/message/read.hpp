@@ -6,11 +6,10 @@
 #include <sdbusplus/exception.hpp>
 #include <sdbusplus/message/types.hpp>
 
-#include <cerrno>
+#include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <string>
-#include <tuple>
-#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -41,41 +40,29 @@ concept Growable = requires(T& t)
     t.emplace_back();
 };
 
-/** A vector of numbers can be taken over in one copy. */
-template <typename T>
-concept Block = isOne<T, std::vector> && Trivial<typename T::value_type>;
-
-/** Copy a whole array of numbers.
- *  @return false, with nothing read, where sd-bus cannot give it as a block:
- *          another type, a damaged array, the other byte order */
-template <Block T>
-bool readBlock(sd_bus_message* m, T& value)
+/** Copy a whole array of bytes.
+ *  @return false, with nothing read, where there is something else */
+inline bool readBlock(sd_bus_message* m, std::vector<uint8_t>& value)
 {
-    using Item = typename T::value_type;
     const void* data = nullptr;
     std::size_t size = 0;
 
-    if (sd_bus_message_read_array(m, basicType<Item>, &data, &size) <= 0)
+    if (sd_bus_message_read_array(m, SD_BUS_TYPE_BYTE, &data, &size) <= 0)
     {
         return false;
     }
-    if (size % sizeof(Item) != 0)
-    {
-        throw exception::SdBusError(
-            EBUSY, "sd_bus_message_exit_container emplace_back_container");
-    }
-    const auto* items = static_cast<const Item*>(data); // aligned by sd-bus
-    value.insert(value.end(), items, items + size / sizeof(Item));
+    const auto* bytes = static_cast<const uint8_t*>(data);
+    value.insert(value.end(), bytes, bytes + size);
     return true;
 }
 
-template <typename T>
-void readText(sd_bus_message* m, T& value)
+inline void readText(sd_bus_message* m, std::string& value)
 {
     const char* text = nullptr;
-    check(sd_bus_message_read_basic(m, basicType<T>, static_cast<void*>(&text)),
+    check(sd_bus_message_read_basic(m, SD_BUS_TYPE_STRING,
+                                    static_cast<void*>(&text)),
           "sd_bus_message_read_basic string");
-    value = T(text);
+    value = text;
 }
 
 inline void readBool(sd_bus_message* m, bool& value)
@@ -106,24 +93,11 @@ void readSequence(sd_bus_message* m, T& value)
           "sd_bus_message_exit_container emplace_back_container");
 }
 
-/** The element type of a map without the const of its key. */
-template <typename T>
-struct Writable
-{
-    using type = T;
-};
-
-template <typename K, typename V>
-struct Writable<std::pair<K, V>>
-{
-    using type = std::pair<std::remove_const_t<K>, V>;
-};
-
-/** Maps and sets. The first of two equal keys stays. */
+/** Flat maps. The first of two equal keys stays. */
 template <typename T>
 void readMap(sd_bus_message* m, T& value)
 {
-    using Item = typename Writable<typename T::value_type>::type;
+    using Item = typename T::value_type;
 
     check(sd_bus_message_enter_container(m, SD_BUS_TYPE_ARRAY,
                                          signatureOf<Item>.text),
@@ -140,14 +114,14 @@ void readMap(sd_bus_message* m, T& value)
           "sd_bus_message_exit_container emplace_container");
 }
 
-template <typename T>
-void readComposite(sd_bus_message* m, T& value)
+template <Pair T>
+void readPair(sd_bus_message* m, T& value)
 {
-    constexpr char type = Pair<T> ? SD_BUS_TYPE_DICT_ENTRY : SD_BUS_TYPE_STRUCT;
-
-    check(sd_bus_message_enter_container(m, type, contentsOf<T>.text),
+    check(sd_bus_message_enter_container(m, SD_BUS_TYPE_DICT_ENTRY,
+                                         contentsOf<T>.text),
           "sd_bus_message_enter_container tuple");
-    std::apply([m](auto&... members) { (readItem(m, members), ...); }, value);
+    readItem(m, value.first);
+    readItem(m, value.second);
     check(sd_bus_message_exit_container(m),
           "sd_bus_message_exit_container tuple");
 }
@@ -190,7 +164,7 @@ void readVariant(sd_bus_message* m, std::variant<Items...>& value)
 template <typename T>
 void readContainer(sd_bus_message* m, T& value)
 {
-    if constexpr (Block<T>)
+    if constexpr (std::same_as<T, std::vector<uint8_t>>)
     {
         if (readBlock(m, value))
         {
@@ -218,23 +192,23 @@ void readItem(sd_bus_message* m, T& value)
     {
         readBool(m, value);
     }
-    else if constexpr (Trivial<T> || std::same_as<T, const char*>)
+    else if constexpr (std::same_as<T, std::string>)
+    {
+        readText(m, value);
+    }
+    else if constexpr (basicType<T> != '\0')
     {
         check(sd_bus_message_read_basic(m, basicType<T>,
                                         static_cast<void*>(&value)),
               "sd_bus_message_read_basic fundamental");
     }
-    else if constexpr (basicType<T> != '\0')
-    {
-        readText(m, value);
-    }
     else if constexpr (Variant<T>)
     {
         readVariant(m, value);
     }
-    else if constexpr (Pair<T> || Tuple<T>)
+    else if constexpr (Pair<T>)
     {
-        readComposite(m, value);
+        readPair(m, value);
     }
     else
     {

@@ -3,16 +3,12 @@
 
 #include <systemd/sd-bus.h>
 
-#include <sdbusplus/message/native_types.hpp>
-
 #include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <string>
-#include <string_view>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -43,30 +39,15 @@ constexpr auto join(const Characters<N>&... parts)
     return out;
 }
 
-template <typename T>
-inline constexpr bool isCharArray =
-    std::is_array_v<T>&& std::same_as<std::remove_extent_t<T>, char>;
-
-template <typename T>
-using WithoutArray = std::conditional_t<isCharArray<T>, char*, T>;
-
-/** T without const, volatile and reference; a char array as `char*`. */
-template <typename T>
-using Plain = WithoutArray<std::remove_cvref_t<T>>;
-
 template <typename T, template <typename...> typename Template>
 inline constexpr bool isOne = false;
 template <template <typename...> typename Template, typename... Args>
 inline constexpr bool isOne<Template<Args...>, Template> = true;
 
 template <typename T>
-concept CString = std::same_as<T, char*> || std::same_as<T, const char*>;
-template <typename T>
 concept Variant = isOne<T, std::variant>;
 template <typename T>
 concept Pair = isOne<T, std::pair>;
-template <typename T>
-concept Tuple = isOne<T, std::tuple>;
 
 template <typename T>
 concept Container = requires(const T& t)
@@ -83,37 +64,11 @@ inline constexpr char basicType<bool> = SD_BUS_TYPE_BOOLEAN;
 template <>
 inline constexpr char basicType<uint8_t> = SD_BUS_TYPE_BYTE;
 template <>
-inline constexpr char basicType<int16_t> = SD_BUS_TYPE_INT16;
-template <>
-inline constexpr char basicType<uint16_t> = SD_BUS_TYPE_UINT16;
-template <>
 inline constexpr char basicType<int32_t> = SD_BUS_TYPE_INT32;
 template <>
 inline constexpr char basicType<uint32_t> = SD_BUS_TYPE_UINT32;
 template <>
-inline constexpr char basicType<int64_t> = SD_BUS_TYPE_INT64;
-template <>
-inline constexpr char basicType<uint64_t> = SD_BUS_TYPE_UINT64;
-template <>
-inline constexpr char basicType<double> = SD_BUS_TYPE_DOUBLE;
-template <>
-inline constexpr char basicType<char*> = SD_BUS_TYPE_STRING;
-template <>
-inline constexpr char basicType<const char*> = SD_BUS_TYPE_STRING;
-template <>
 inline constexpr char basicType<std::string> = SD_BUS_TYPE_STRING;
-template <>
-inline constexpr char basicType<std::string_view> = SD_BUS_TYPE_STRING;
-template <>
-inline constexpr char basicType<object_path> = SD_BUS_TYPE_OBJECT_PATH;
-template <>
-inline constexpr char basicType<signature> = SD_BUS_TYPE_SIGNATURE;
-
-/** Types whose arrays lie in a message as they lie in memory. A D-Bus boolean
- *  has four bytes, so bool is none of them. */
-template <typename T>
-concept Trivial =
-    std::is_arithmetic_v<T> && !std::same_as<T, bool> && (basicType<T> != '\0');
 
 template <typename T>
 struct SignatureOf
@@ -125,20 +80,7 @@ struct SignatureOf
 
 /** Signature of a C++ type; `signature<T>.text` is a C string. */
 template <typename T>
-inline constexpr auto signatureOf = SignatureOf<Plain<T>>::value;
-
-/** Signatures of the members of a pair or tuple, one after the other. */
-template <typename T>
-struct ContentsOf;
-
-template <template <typename...> typename Template, typename... Args>
-struct ContentsOf<Template<Args...>>
-{
-    static constexpr auto value = join(signatureOf<Args>...);
-};
-
-template <typename T>
-inline constexpr auto contentsOf = ContentsOf<T>::value;
+inline constexpr auto signatureOf = SignatureOf<T>::value;
 
 // No message holds a monostate: it matches no content of a variant.
 template <>
@@ -153,18 +95,16 @@ struct SignatureOf<T>
     static constexpr auto value = characters(char{SD_BUS_TYPE_VARIANT});
 };
 
+/** What is between the braces of a pair. */
+template <Pair T>
+inline constexpr auto contentsOf = join(signatureOf<typename T::first_type>,
+                                        signatureOf<typename T::second_type>);
+
 template <Pair T>
 struct SignatureOf<T>
 {
     static constexpr auto value =
         join(characters('{'), contentsOf<T>, characters('}'));
-};
-
-template <Tuple T>
-struct SignatureOf<T>
-{
-    static constexpr auto value =
-        join(characters('('), contentsOf<T>, characters(')'));
 };
 
 template <Container T>

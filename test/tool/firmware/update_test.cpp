@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tool/firmware/part_number.hpp"
+#include "tool/firmware/update.hpp"
 
 #include <gtest/gtest.h>
 
