@@ -9,17 +9,24 @@ import subprocess
 import sys
 import tempfile
 
-from bench import cases, measure, report
+from bench import cases, history, measure, report
 from sim.launch import env
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent
 BUILD = ROOT / "build-release"
 PLAIN = ROOT / "build-release-plain"  # without attestation
+SHARED = ROOT / "build-release-shared"  # as on a BMC
 FLOOR = BUILD / "bench-floor"
 ZANTRIC = BUILD / "tool/zantric"
 PLAIN_ZANTRIC = PLAIN / "tool/zantric"
+TOOLS = {"zantric": str(ZANTRIC),
+         report.BMC: str(SHARED / "tool/zantric")}
 ROUNDS, RUNS = 20, 5
+LIMIT = 64 << 20
+RELEASE = "--buildtype=release -Dtests=disabled"
+# One program, also where sdbusplus and lg2 are there as shared libraries.
+STATIC = f"{RELEASE} --force-fallback-for=sdbusplus,phosphor-logging"
 
 
 def shell(script):
@@ -32,10 +39,11 @@ def shell(script):
 
 def prepare():
     """Installs what is missing and builds what is measured."""
-    shell('install_packages "${packages[@]}" hyperfine valgrind time')
+    shell('install_packages "${packages[@]}" hyperfine jq valgrind time')
     shell(f'cd "{ROOT}"; '
-          f'build_in "{BUILD}" --buildtype=release -Dtests=disabled; '
-          f'build_in "{PLAIN}" --buildtype=release -Dtests=disabled '
+          f'build_in "{BUILD}" {STATIC}; '
+          f'build_in "{PLAIN}" {STATIC} -Dattest=disabled -Dsim=disabled; '
+          f'build_in "{SHARED}" {RELEASE} -Dstatic-runtime=disabled '
           '-Dattest=disabled -Dsim=disabled; '
           f'cc -O2 -o "{FLOOR}" bench/floor.c '
           '$(pkg-config --cflags --libs libsystemd)')
@@ -69,6 +77,8 @@ def compare(commands, rounds=ROUNDS, runs=RUNS):
     rows = measure.paired_times(commands, rounds, runs)
     columns = {
         "time": measure.paired_ratios(rows, base),
+        "noise": {name: measure.noise(rows, base, name)
+                  for name in commands},
         "ms": {name: 1000 * min(row[name] for row in rows)
                for name in commands},
         "instructions": {name: measure.instructions(command)
@@ -87,13 +97,13 @@ def whole_listing(folder):
         subprocess.run([ZANTRIC], check=True, stdout=subprocess.DEVNULL)
         calls = [json.loads(line) for line in log.read_text().splitlines()]
         return compare({"floor": [str(FLOOR), *cases.floor_words(calls)],
-                        "zantric": [str(ZANTRIC)]})
+                        **{name: [tool] for name, tool in TOOLS.items()}})
 
 
 def one_call(size, folder, rounds):
     """One storage call by every competitor."""
     with simulated(cases.volumes(size), folder):
-        return compare(cases.competitors(str(ZANTRIC), str(FLOOR)), rounds)
+        return compare(cases.competitors(TOOLS, str(FLOOR)), rounds)
 
 
 def growth(points, scenario_of, command, folder):
@@ -127,6 +137,17 @@ def all_growth(folder):
         folder)
 
 
+def limits(folder):
+    """What the largest listing takes, and how runs end in little memory."""
+    listing = [str(ZANTRIC), "-o", "list", "-t", "Drives", "-s", "rsa"]
+    show = [str(ZANTRIC), "-o", "show", "-t", "Volumes", "-s", "rsa", "-a", "1"]
+    with simulated(cases.drives(10000), folder):
+        found = {"kB": measure.memory(listing),
+                 "drives": measure.limited_status(listing, LIMIT)}
+    with simulated(cases.volumes(1000000), folder):
+        return {**found, "show": measure.limited_status(show, LIMIT)}
+
+
 def start_up(folder):
     """Instructions of a listing with attestation built in and without."""
     words = ["-o", "list", "-t", "Volumes", "-s", "rsa"]
@@ -149,38 +170,66 @@ def run(folder):
     for name, costs in all_growth(folder):
         say(name)
         results["growth"][name] = costs
+    results["limits"] = limits(folder)
     results["start"] = start_up(folder)
     results["size"] = dict(zip(
         ("file", "loaded"), measure.stripped_size(PLAIN_ZANTRIC, folder)))
     return results
 
 
-def main(words):
-    """Prepares, measures, reports."""
-    results_folder = pathlib.Path(words[0] if words else HERE / "results")
-    results_folder = results_folder.resolve()
+def commit():
+    """The commit that is measured, marked where the tree has more."""
+    return subprocess.run(
+        ["git", "-C", ROOT, "describe", "--always", "--dirty"], check=True,
+        stdout=subprocess.PIPE, text=True).stdout.strip()
+
+
+def measured(results_folder):
+    """Prepares and measures, in a world of its own."""
     prepare()
     results_folder.mkdir(parents=True, exist_ok=True)
     env.enter([ROOT, results_folder])
     daemons = [env.start_bus(), env.start_journal()]
     try:
         with tempfile.TemporaryDirectory() as folder:
-            results = run(folder)
+            return run(folder)
     finally:
         for daemon in daemons:
             env.stop_process(daemon)
-    table = report.markdown(results)
-    (results_folder / "results.json").write_text(
-        json.dumps(results, indent=2) + "\n")
-    (results_folder / "results.md").write_text(table)
-    print(table, end="")
-    return 0 if all(goal.met for goal in report.goals(results)) else 1
+
+
+def keep(results, folder, measured_commit):
+    """Writes the results; gives every run so far."""
+    (folder / "results.json").write_text(json.dumps(results, indent=2) + "\n")
+    (folder / "results.md").write_text(report.markdown(results))
+    history.append(folder / "history.jsonl",
+                   history.entry(results, measured_commit))
+    return history.read(folder / "history.jsonl")
+
+
+def main(words):
+    """Prepares, measures, reports."""
+    only_compare = words[:1] == ["--compare"]
+    words = words[1:] if only_compare else words
+    folder = pathlib.Path(words[0] if words else HERE / "results").resolve()
+    if only_compare:
+        print(history.comparison(history.read(folder / "history.jsonl")),
+              end="")
+        return 0
+    if os.geteuid() != 0:
+        raise measure.Failure("the simulator needs root")
+    before = commit()
+    results = measured(folder)
+    runs = keep(results, folder, before)
+    print(report.markdown(results), history.comparison(runs), sep="\n", end="")
+    old = history.before(runs)
+    worse = history.regressions(old, runs[-1]) if old else []
+    missed = [goal for goal in report.goals(results) if not goal.met]
+    return 1 if worse or missed else 0
 
 
 if __name__ == "__main__":
     try:
-        if os.geteuid() != 0:
-            raise measure.Failure("the simulator needs root")
         sys.exit(main(sys.argv[1:]))
     except (measure.Failure, env.Failure) as failure:
         sys.exit(f"bench: {failure}")

@@ -114,14 +114,27 @@ def attestation(slots, blocks):
              "endpoints": [{"eid": 9, "address": ADDRESS, "spdm": device}]}]}}}
 
 
-def competitors(zantric, floor):
-    """Every way to get the volumes of one storage service."""
+# The columns of a listing, out of busctl's JSON.
+_JQ = ('.data[0]|fromjson|.Volumes[]|"  \\(.Name), ResId '
+       '\\(.Internal.ResourceId), \\(.RAIDType), '
+       '\\(.CapacityBytes/1073741824)GiB; StripSize='
+       '\\(.StripSizeBytes/1024)KB, \\(.ReadCachePolicy), '
+       '\\(.WriteCachePolicy), WtCacheState=\\(.WriteCacheState)"')
+
+
+def competitors(tools, floor):
+    """Every way to get the volumes of one storage service; the tool's programs
+    by their names."""
     call = [*RSA, STORAGE, "GetVolumes", "u"]
     return {"floor": [floor, *call, "0"],
             "busctl call": ["busctl", "call", *call, "0"],
             "busctl --json=short call":
                 ["busctl", "--json=short", "call", *call, "0"],
-            "zantric": [zantric, "-o", "list", "-t", "Volumes", "-s", "rsa"]}
+            "busctl --json=short call | jq":
+                ["sh", "-c", f"busctl --json=short call \"$@\" | jq -r '{_JQ}'",
+                 "sh", *call, "0"],
+            **{name: [tool, "-o", "list", "-t", "Volumes", "-s", "rsa"]
+               for name, tool in tools.items()}}
 
 
 def floor_words(calls):

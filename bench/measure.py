@@ -14,11 +14,12 @@ class Failure(Exception):
 
 
 def read_instructions(report):
-    """The total in what callgrind writes on standard error."""
-    found = re.search(r"Collected : (\d+)", report)
+    """The total in what callgrind writes, for each process, on standard error.
+    """
+    found = re.findall(r"Collected : (\d+)", report)
     if not found:
         raise Failure(f"callgrind counted nothing: {report}")
-    return int(found[1])
+    return sum(int(count) for count in found)
 
 
 def read_memory(report):
@@ -49,6 +50,14 @@ def paired_ratios(rounds, base):
             for name in rounds[0]}
 
 
+def noise(rounds, base, name):
+    """How far apart the middle half of the rounds' ratios is, as a part of
+    their median."""
+    ratios = sorted(row[name] / row[base] for row in rounds)
+    low, middle, high = statistics.quantiles(ratios, method="inclusive")
+    return (high - low) / middle
+
+
 def _run(words):
     result = subprocess.run(words, stdout=subprocess.DEVNULL,
                             stderr=subprocess.PIPE, text=True, check=False)
@@ -61,7 +70,8 @@ def _run(words):
 def instructions(command):
     """Instructions of one run; the loader's are part of them."""
     return read_instructions(_run(
-        ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null",
+        ["valgrind", "--tool=callgrind", "--trace-children=yes",
+         "--callgrind-out-file=/dev/null",
          *command]))
 
 
@@ -100,6 +110,13 @@ def paired_times(commands, rounds, runs):
     round favours none.
     """
     return [times(rotated(commands, index), runs) for index in range(rounds)]
+
+
+def limited_status(command, limit):
+    """How a command ends that gets no more than so many bytes of memory."""
+    return subprocess.run(
+        ["prlimit", f"--as={limit}", *command], check=False,
+        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
 
 
 def stripped_size(program, folder):

@@ -1,16 +1,23 @@
 # SPDX-License-Identifier: Apache-2.0
 """What the benchmark reads out of its tools' output, and makes of it."""
 
+import copy
 import json
+import subprocess
 
 import pytest
 
-from bench import cases, measure, report
+from bench import cases, history, measure, report
 
 
 def test_callgrinds_total_is_read():
     text = "==7== Events    : Ir\n==7== Collected : 1242513\n==7== \n"
     assert measure.read_instructions(text) == 1242513
+
+
+def test_every_process_of_a_pipe_counts():
+    text = "==7== Collected : 1000\n==8== Collected : 30\n==6== Collected : 5\n"
+    assert measure.read_instructions(text) == 1035
 
 
 def test_a_run_that_callgrind_did_not_count_is_a_failure():
@@ -64,16 +71,21 @@ def test_logged_calls_become_words_for_the_floor():
         "a.b", "/a", "a.c", "M", ""]
 
 
-def results(size=200000, with_attestation=1000):
+def results(size=200000, with_attestation=1000, limits=None):
     """Results that meet every goal unless they are asked not to."""
-    cost = {"time": 1.0, "ms": 1.0, "instructions": 1000, "kB": 3000}
+    cost = {"time": 1.0, "ms": 1.0, "instructions": 1000, "kB": 3000,
+            "noise": 0.01}
     slow = {"time": 3.0, "ms": 3.0, "instructions": 9000, "kB": 4000}
     grown = {count: {"ms": count, "instructions": count}
              for count in (10, 100, 1000, 10000)}
-    table = {"floor": cost, "busctl call": slow, "zantric": cost}
+    table = {"floor": cost, "busctl call": slow,
+             "busctl --json=short call": slow,
+             "busctl --json=short call | jq": slow,
+             "zantric": cost, report.BMC: cost}
     return {"machine": report.machine(), "call 3 kB": table,
             "call 1 MB": table, "listing": table,
             "growth": {"drives listed": grown},
+            "limits": limits or {"kB": 9000, "drives": 0, "show": 0},
             "start": {"with": with_attestation, "without": 1000},
             "size": {"file": size, "loaded": size}}
 
@@ -83,10 +95,87 @@ def test_goals_that_are_met():
     assert "missed" not in report.markdown(results())
 
 
-@pytest.mark.parametrize("change", [{"size": 250001},
-                                    {"with_attestation": 1021}])
+@pytest.mark.parametrize("change", [
+    {"size": 250001}, {"with_attestation": 1021},
+    {"limits": {"kB": 12001, "drives": 0, "show": 0}},
+    {"limits": {"kB": 9000, "drives": 255, "show": 0}}])
 def test_a_missed_goal_is_told(change):
     missed = [goal for goal in report.goals(results(**change))
               if not goal.met]
     assert len(missed) == 1
     assert report.markdown(results(**change)).count("**missed**") == 1
+
+
+def test_noise_is_the_middle_half_of_the_rounds():
+    rows = [{"floor": 1.0, "it": value} for value in (1.9, 2.0, 2.0, 2.1, 9.0)]
+    assert measure.noise(rows, "floor", "it") == pytest.approx(0.05)
+
+
+def test_memory_is_limited():
+    small = ["python3", "-c", "pass"]
+    large = ["python3", "-c", "bytes(1 << 30)"]
+    assert measure.limited_status(small, 1 << 29) == 0
+    assert measure.limited_status(large, 1 << 29) != 0
+
+
+def test_jq_prints_the_columns_of_a_listing(tmp_path):
+    words = cases.competitors({}, "floor")["busctl --json=short call | jq"]
+    busctl = tmp_path / "busctl"
+    reply = {"type": "s", "data": [cases.document("Volumes", cases.volume, 1)]}
+    busctl.write_text(f"#!/bin/sh\ncat <<'END'\n{json.dumps(reply)}\nEND\n")
+    busctl.chmod(0o755)
+    line = subprocess.run(words, check=True, stdout=subprocess.PIPE, text=True,
+                          env={"PATH": f"{tmp_path}:/usr/bin:/bin"}).stdout
+    assert line.startswith("  vd0, ResId 0, RAID5, 1788")
+    assert line.endswith("GiB; StripSize=256KB, ReadAhead, WriteBack, "
+                         "WtCacheState=Protected\n")
+
+
+def runs(*changes):
+    """A history in which some of a run's figures are others."""
+    first = history.entry(results(), "a1")
+    found = [first]
+    for commit, change in enumerate(changes):
+        run = copy.deepcopy(first)
+        run["commit"] = f"b{commit}"
+        run["figures"].update(change)
+        found.append(run)
+    return found
+
+
+def test_a_history_is_read_as_it_was_written(tmp_path):
+    path = tmp_path / "history"
+    assert history.read(path) == []
+    for run in runs({}):
+        history.append(path, run)
+    assert history.read(path) == json.loads(json.dumps(runs({})))
+
+
+def test_what_moves_within_the_noise_is_not_told():
+    name = "call 3 kB: zantric, time"
+    assert history.comparison(runs({name: (1.019, 0.01)})).endswith(
+        "nothing moved by more than the noise.\n")
+    assert f"{name}: 1 -> 1.03" in history.comparison(
+        runs({name: (1.03, 0.01)}))
+
+
+@pytest.mark.parametrize("instructions, worse", [
+    (1019, False), (1021, True), (900, False)])
+def test_more_instructions_are_a_regression(instructions, worse):
+    old, new = runs({"call 1 MB: zantric, instructions":
+                     (instructions, 0.002)})
+    assert bool(history.regressions(old, new)) == worse
+
+
+def test_more_memory_is_told_and_is_no_regression():
+    old, new = runs({"listing: zantric, kB": (4000, 0.02)})
+    assert not history.regressions(old, new)
+    assert "+33.3 %" in history.comparison([old, new])
+
+
+def test_runs_of_another_machine_are_not_compared():
+    old, new = runs({})
+    old["machine"] = "another"
+    assert history.before([old, new]) is None
+    assert "no earlier run" in history.comparison([old, new])
+    assert history.comparison([]) == "Nothing was measured yet.\n"

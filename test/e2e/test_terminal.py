@@ -175,3 +175,12 @@ def test_standard_error(bmc):
     assert on_terminal(*words, stream="stderr") == (
         message.format("?[2J"), 255)
     assert bmc.run(*words) == ("", message.format("\x1b[2J"), 255)
+
+
+def test_the_journals_records(bmc):
+    """A terminal on standard error gets a copy; a pipe gets none."""
+    bmc.start(s.server(s.fault("Get", s.error(), owner=s.CHASSIS)))
+    text = f"[ERR] Get {s.CHASSIS} property CurrentPowerState failed"
+    assert on_terminal(stream="stderr") == (f"<3> {text}\n", 0)
+    assert bmc.run().err == ""
+    assert bmc.messages() == [(3, text)]

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "target.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
+#include <string>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size);
@@ -34,7 +37,20 @@ std::string fromHex(const std::string& text)
     return bytes;
 }
 
-void run(const std::filesystem::path& file)
+using Bytes = std::vector<uint8_t>;
+
+std::string toHex(const Bytes& bytes)
+{
+    std::string digits;
+    for (const uint8_t byte : bytes)
+    {
+        digits +=
+            {"0123456789abcdef"[byte >> 4U], "0123456789abcdef"[byte & 0xfU]};
+    }
+    return digits;
+}
+
+Bytes readSeed(const std::filesystem::path& file)
 {
     std::ifstream stream(file, std::ios::binary);
     std::string content{std::istreambuf_iterator<char>(stream), {}};
@@ -42,27 +58,57 @@ void run(const std::filesystem::path& file)
     {
         content = fromHex(content);
     }
+    return {content.begin(), content.end()};
+}
+
+void run(const std::string& name, const Bytes& bytes)
+{
+    std::fprintf(stderr, "%s\n", name.c_str());
     // On the heap and of the very size, so that a step beyond it is noticed.
-    const std::vector<uint8_t> bytes(content.begin(), content.end());
-    LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
+    const Bytes exact(bytes);
+    LLVMFuzzerTestOneInput(exact.data(), exact.size());
+}
+
+/** Other bytes in some places, and now and then another length. */
+void change(Bytes& bytes, std::mt19937& random)
+{
+    if (random() % 4 == 0)
+    {
+        bytes.resize(random() % (2 * bytes.size() + 2));
+    }
+    for (unsigned left = random() % 4; left > 0 && !bytes.empty(); --left)
+    {
+        const unsigned value = random() % 256;
+        // Small numbers are counts, lengths and kinds that mean something.
+        bytes[random() % bytes.size()] =
+            static_cast<uint8_t>(random() % 2 == 0 ? value : value % 16);
+    }
 }
 
 } // namespace
 
-/** Runs every file of the folders that are named, and the empty input. */
+/** Runs the empty input, every file of a folder, and so many inputs that are
+ *  made of them, the same in every run: COUNT FOLDER. */
 int main(int argc, char* argv[])
 {
-    LLVMFuzzerTestOneInput(nullptr, 0);
-    unsigned files = 0;
-    for (int i = 1; i < argc; ++i)
+    if (argc != 3)
     {
-        for (const auto& entry : std::filesystem::directory_iterator(argv[i]))
-        {
-            std::fprintf(stderr, "%s\n", entry.path().c_str());
-            run(entry.path());
-            ++files;
-        }
+        return 1;
     }
-    std::fprintf(stderr, "%u files\n", files);
-    return files > 0 ? 0 : 1;
+    std::vector<Bytes> seeds;
+    run("nothing", {});
+    for (const auto& entry : std::filesystem::directory_iterator(argv[2]))
+    {
+        run(entry.path(), seeds.emplace_back(readSeed(entry.path())));
+    }
+    std::ranges::sort(seeds); // a folder has no order
+    // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): to be repeated, not secret.
+    std::mt19937 random;
+    for (int round = 0; round < std::stoi(argv[1]); ++round)
+    {
+        Bytes bytes = seeds.at(random() % seeds.size());
+        change(bytes, random);
+        run(toHex(bytes), bytes);
+    }
+    return 0;
 }

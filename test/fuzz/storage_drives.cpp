@@ -3,6 +3,7 @@
 #include "target.hpp"
 #include "tool/json/read.hpp"
 #include "tool/storage/item_lines.hpp"
+#include "tool/storage/item_rows.hpp"
 
 using tool::driveLine;
 using tool::driveUsageLine;

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -97,6 +100,71 @@ TEST(ParseJson, malformedTextIsTheLibrarysError)
         EXPECT_THROW(io::parseJson(text), nlohmann::json::parse_error) << text;
         EXPECT_TRUE(io::tryParseJson(text).is_discarded()) << text;
     }
+}
+
+constexpr std::array<io::Kept, 1> inner{{{"b"}}};
+constexpr std::array<io::Kept, 2> members{{{"a", inner}, {"c"}}};
+
+std::string listOf(const char* text)
+{
+    return io::parseJson(text, {"list", members}).dump();
+}
+
+TEST(ParseJsonList, whatIsNotWantedIsNotThere)
+{
+    EXPECT_EQ(listOf(R"({"x":[{"a":1}],"list":[{"a":{"b":1,"c":2},"b":3,
+                         "c":[{"x":[]}]},{"x":{"a":1}}],"y":{"list":[1]}})"),
+              R"({"list":[{"a":{"b":1},"c":[{"x":[]}]},{}]})");
+}
+
+TEST(ParseJsonList, everyKindStays)
+{
+    EXPECT_EQ(listOf(R"({"list":{"k":{"a":[1,{"b":2}]},"l":[{"a":1}],"m":7}})"),
+              R"({"list":{"k":{"a":[]},"l":[],"m":7}})");
+    EXPECT_EQ(listOf(R"([{"list":[]}])"), "[]");
+    EXPECT_EQ(listOf(R"("list")"), R"("list")");
+    EXPECT_EQ(listOf(R"({"list":null})"), R"({"list":null})");
+}
+
+TEST(ParseJsonList, ofTwoMembersWithOneNameTheLastStays)
+{
+    EXPECT_EQ(listOf(R"({"list":[{"c":1}],"list":[{"c":1,"c":{"d":2}}]})"),
+              R"({"list":[{"c":{"d":2}}]})");
+}
+
+TEST(ParseJsonList, whatIsNotWantedIsBoundedAsWell)
+{
+    const io::Wanted wanted{"list", members};
+    const std::string deep = nested(511);
+    EXPECT_EQ(io::parseJson("{\"x\":" + deep + "}", wanted).size(), 0U);
+    EXPECT_THROW(io::parseJson("{\"x\":[" + deep + "]}", wanted),
+                 std::length_error);
+    EXPECT_THROW(io::parseJson("{\"x\":" + deep.substr(1) + "}", wanted),
+                 nlohmann::json::parse_error);
+    std::string many = "{\"x\":[";
+    for (int i = 2; i < 500'000; ++i)
+    {
+        many += "1,";
+    }
+    EXPECT_THROW(io::parseJson(many + "1]}", wanted), std::length_error);
+    EXPECT_THROW(io::parseJson(R"({"x":1e999})", wanted),
+                 nlohmann::json::out_of_range);
+}
+
+TEST(ParseJsonList, aFoldSeesEachWholeItemOnce)
+{
+    std::vector<std::string> seen;
+    const io::Wanted wanted{"list", members,
+                            [&seen](nlohmann::json& item)
+                            {
+                                seen.push_back(item.dump());
+                                item = seen.size();
+                            }};
+    const auto document = io::parseJson(
+        R"({"x":[{}],"list":[{"c":[[]]},3,[4],{"a":{}}]})", wanted);
+    EXPECT_EQ(seen,
+              (std::vector<std::string>{R"({"c":[[]]})", "[]", R"({"a":{}})"}));
+    EXPECT_EQ(document.dump(), R"({"list":[1,3,2,3]})");
 }
 
 } // namespace

@@ -62,6 +62,15 @@ TEST(Text, datesAreAsCtimeWritesThem)
     EXPECT_EQ(date(moment) + "\n", std::ctime(&moment));
 }
 
+TEST(Text, aValueIsAllThatStandsBehindItsKey)
+{
+    EXPECT_EQ(findValue("PN=ABC123", "PN="), "ABC123");
+    EXPECT_EQ(findValue("x,PN=A,B=PN=C", "PN="), "A,B=PN=C");
+    EXPECT_EQ(findValue("x,PN=", "PN="), "");
+    EXPECT_EQ(findValue("pn=ABC123", "PN="), std::nullopt);
+    EXPECT_EQ(findValue("", "PN="), std::nullopt);
+}
+
 TEST(Text, theLastPieceOfAName)
 {
     EXPECT_EQ(afterLastDot("xyz.openbmc_project.State.Chassis.PowerState.On"),

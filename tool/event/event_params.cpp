@@ -11,17 +11,7 @@ namespace tool
 namespace
 {
 
-/** The text behind the first occurrence of a key, up to the end. */
-std::optional<std::string> findValue(const std::string& params,
-                                     std::string_view key)
-{
-    const std::size_t at = params.find(key);
-    if (at == std::string::npos)
-    {
-        return std::nullopt;
-    }
-    return params.substr(at + key.size());
-}
+using io::text::findValue;
 
 template <typename T>
 T readNumber(const std::string& params, std::string_view key, T absent)

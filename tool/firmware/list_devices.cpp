@@ -8,6 +8,8 @@
 #include "tool/json/read.hpp"
 #include "tool/output.hpp"
 
+#include <array>
+
 using nlohmann::json;
 
 namespace tool
@@ -15,6 +17,16 @@ namespace tool
 
 namespace
 {
+
+constexpr std::array<io::Kept, 7> deviceMembers{{
+    {"PartNumber"},
+    {"Name"},
+    {"Model"},
+    {"Identifier"},
+    {"FirmwareVersion"},
+    {"UpdateMethod"},
+    {"ControllerAddress"},
+}};
 
 FirmwareDevice readDevice(const json& record)
 {
@@ -52,6 +64,11 @@ std::string firmwareLine(const FirmwareDevice& device)
          io::text::hex(device.controllerAddress)});
 }
 
+io::Wanted groupWanted(const char* group)
+{
+    return {group, deviceMembers};
+}
+
 std::vector<FirmwareDevice> readDevices(const json& list, const char* group)
 {
     std::vector<FirmwareDevice> devices;
@@ -75,8 +92,9 @@ bool listUpdatableDevices(const DbusConnPtr& bus, const Options& options,
     const auto list = [&]
     {
         const io::bus::Service service(options.service);
-        const auto devices = fetchDocument(bus, service.at(firmwareUpdater),
-                                           "GetUpdatableDevices");
+        const auto devices =
+            fetchDocument(bus, service.at(firmwareUpdater),
+                          "GetUpdatableDevices", groupWanted(group));
         if (!devices)
         {
             out::line({failed, devices.error().text});

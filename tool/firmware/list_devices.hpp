@@ -2,6 +2,7 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
+#include "io/common/src/JsonText.hpp"
 #include "tool/options.hpp"
 
 #include <nlohmann/json.hpp>
@@ -24,6 +25,9 @@ struct FirmwareDevice
     std::string updateMethod;
     uint32_t controllerAddress{0};
 };
+
+/** What the listing of a group wants of such a list. */
+io::Wanted groupWanted(const char* group);
 
 /** Read one group of a service's device list.
  *

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/firmware/update.hpp"
 
+#include "io/common/src/Text.hpp"
 #include "io/common/src/Wait.hpp"
 #include "tool/firmware/list_devices.hpp"
 #include "tool/firmware/progress.hpp"
 #include "tool/guard.hpp"
 #include "tool/output.hpp"
 
-#include <string_view>
 #include <vector>
 
 namespace tool
@@ -94,17 +94,6 @@ std::optional<std::string> partNumberOfFile(const std::string& file)
     return file.substr(slash + 1, underscore - slash - 1);
 }
 
-std::optional<std::string> partNumberOfParams(const std::string& params)
-{
-    constexpr std::string_view key = "PN=";
-    const std::size_t at = params.find(key);
-    if (at == std::string::npos)
-    {
-        return std::nullopt;
-    }
-    return params.substr(at + key.size());
-}
-
 bool updateFirmware(const DbusConnPtr& bus, const Options& options)
 {
     if (options.file.empty())
@@ -116,7 +105,7 @@ bool updateFirmware(const DbusConnPtr& bus, const Options& options)
     {
         return false;
     }
-    const auto partNumber = partNumberOfParams(*params);
+    const auto partNumber = io::text::findValue(*params, "PN=");
     if (!partNumber)
     {
         out::line({"Invalid params: ", *params});

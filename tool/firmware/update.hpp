@@ -33,7 +33,4 @@ bool updateFirmware(const DbusConnPtr& bus, const Options& options);
  */
 std::optional<std::string> partNumberOfFile(const std::string& file);
 
-/** All that stands behind the first "PN=" of a parameter text. */
-std::optional<std::string> partNumberOfParams(const std::string& params);
-
 } // namespace tool

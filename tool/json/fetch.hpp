@@ -6,26 +6,32 @@
 
 #include <nlohmann/json.hpp>
 
-#include <string>
-
 namespace tool
 {
 
+/** The JSON document in the one string of a reply, or what is wanted of it.
+ *
+ *  @throw sdbusplus::exception::SdBusError for a reply without a string first
+ *  @throw as io::parseJson()
+ */
+nlohmann::json readDocument(sdbusplus::message_t& reply,
+                            const io::Wanted& wanted);
+
 /** Call a method whose reply is a JSON document in one string.
  *
- *  @throw as io::bus::ask() and io::parseJson()
+ *  @throw as io::bus::call() and readDocument()
  */
 template <typename... Args>
 io::bus::Answer<nlohmann::json>
 fetchDocument(const DbusConnPtr& bus, const io::bus::Target& target,
-              const char* method, const Args&... args)
+              const char* method, const io::Wanted& wanted, const Args&... args)
 {
-    const auto text = io::bus::ask<std::string>(bus, target, method, args...);
-    if (!text)
+    auto reply = io::bus::call(bus, target, method, args...);
+    if (!reply)
     {
-        return std::unexpected(text.error());
+        return std::unexpected(std::move(reply.error()));
     }
-    return io::parseJson(*text);
+    return readDocument(*reply, wanted);
 }
 
 } // namespace tool

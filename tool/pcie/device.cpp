@@ -15,6 +15,7 @@ namespace tool
 namespace
 {
 
+using io::Kept;
 using io::text::cat;
 using io::text::upperHex;
 
@@ -29,6 +30,47 @@ constexpr std::array<std::pair<const char*, uint32_t PcieDevice::*>, 8>
         {"SubsystemId", &PcieDevice::subsystemId},
         {"ClassCode", &PcieDevice::classCode},
     }};
+
+constexpr std::array<Kept, 5> inventoryMembers{{
+    {"Name"},
+    {"PartNumber"},
+    {"SKU"},
+    {"SerialNumber"},
+    {"Manufacturer"},
+}};
+constexpr std::array<Kept, 2> softwareMembers{{{"Version"}, {"ReleaseDate"}}};
+constexpr std::array<Kept, 2> functionMembers{{{"DeviceClass"}, {"ClassCode"}}};
+constexpr std::array<Kept, 1> functionItems{{{io::everyItem, functionMembers}}};
+constexpr std::array<Kept, 1> ncsiMembers{{{"PackageId"}}};
+constexpr std::array<Kept, 4> portDataMembers{{
+    {"PermanentAddress"},
+    {"TxUtilization"},
+    {"RxUtilization"},
+    {"NCSI", ncsiMembers},
+}};
+constexpr std::array<Kept, 1> oemMembers{{{"Mervax", portDataMembers}}};
+constexpr std::array<Kept, 5> portMembers{{
+    {"PortId"},
+    {"Id"},
+    {"Oem", oemMembers},
+    {"LinkStatus"},
+    {"CurrentSpeedGbps"},
+}};
+constexpr std::array<Kept, 1> portItems{{{io::everyItem, portMembers}}};
+constexpr std::array<Kept, 12> recordMembers{{
+    {"LocationNumber"},
+    {"SlotNumber"},
+    {"PCIeAddress"},
+    {"VendorId"},
+    {"DeviceId"},
+    {"SubsystemVendorId"},
+    {"SubsystemId"},
+    {"ClassCode"},
+    {"PCIeDevice", inventoryMembers},
+    {"SoftwareInventorySet", softwareMembers},
+    {"PCIeFunctions", functionItems},
+    {"Ports", portItems},
+}};
 
 /** A text member; empty when it is missing or something else than text. */
 std::string textOrEmpty(const json& object, const char* key)
@@ -105,6 +147,11 @@ std::string portLabel(const json& port, std::size_t position)
 }
 
 } // namespace
+
+std::span<const Kept> membersOfDevice()
+{
+    return recordMembers;
+}
 
 PcieDevice readPcieDevice(const json& record)
 {

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "io/common/src/JsonText.hpp"
+
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace tool
@@ -23,6 +26,9 @@ struct PcieDevice
     uint32_t classCode{0}; //!< 24 bits: class, subclass, interface
     std::string name;
 };
+
+/** The members of a device record that its lines are made of. */
+std::span<const io::Kept> membersOfDevice();
 
 /** Read a device record; missing members are 0 and empty.
  *

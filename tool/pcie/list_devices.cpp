@@ -100,14 +100,16 @@ void printDevice(const DbusConnPtr& bus, const json& record,
 bool printService(const DbusConnPtr& bus, const std::string& service,
                   const std::string& path, const mctp::RoutingTable& routes)
 {
-    const auto document = fetchDocument(
-        bus, {service.c_str(), path.c_str(), pcieInterface}, "GetPCIeDevices");
+    constexpr const char* list = "PCIeDeviceComplexes";
+    const auto document =
+        fetchDocument(bus, {service.c_str(), path.c_str(), pcieInterface},
+                      "GetPCIeDevices", {list, membersOfDevice()});
     if (!document)
     {
         out::line("getPCIeComplexes failed");
         return false;
     }
-    const json* complexes = findMember(*document, "PCIeDeviceComplexes");
+    const json* complexes = findMember(*document, list);
     if (complexes == nullptr)
     {
         return false;

@@ -17,8 +17,9 @@ bool showDeviceInfo(const DbusConnPtr& bus, const Options& options)
     const auto show = [&]
     {
         const io::bus::Service service(options.service);
-        const auto document = fetchDocument(bus, service.at(pcieInterface),
-                                            "GetPCIeDevice", options.address);
+        const auto document =
+            fetchDocument(bus, service.at(pcieInterface), "GetPCIeDevice", {},
+                          options.address);
         if (!document)
         {
             out::line({"Failed to get device 0x", address, " from ",

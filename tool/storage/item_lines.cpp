@@ -5,7 +5,6 @@
 #include "tool/json/read.hpp"
 
 #include <cstdint>
-#include <map>
 #include <vector>
 
 using nlohmann::json;
@@ -51,25 +50,6 @@ uint64_t readNested(const json& item, std::initializer_list<const char*> keys)
     return readValue<uint64_t>(*current);
 }
 
-struct Location
-{
-    std::string type;
-    uint8_t ordinal{0};
-};
-
-/** Where a drive sits; an empty type when it does not say. */
-Location locationOf(const json& item)
-{
-    const json* place = findPath(item, {"PhysicalLocation"});
-    if (place == nullptr)
-    {
-        return {};
-    }
-    return {
-        readOr(*place, {"PartLocation", "LocationType"}, std::string()),
-        readOr(*place, {"PartLocation", "LocationOrdinalValue"}, uint8_t{255})};
-}
-
 std::string gib(uint64_t bytes)
 {
     return fixed(toGiB(bytes), 2);
@@ -113,6 +93,18 @@ std::string poolLine(const json& item, const std::string& prefix)
          ", Capacity ", size("AllocatedBytes"), "GiB, Consumed ",
          size("ConsumedBytes"), "GiB, Remain ",
          decimal(readOr(item, {"RemainingCapacityPercent"}, uint8_t{255}))});
+}
+
+Location locationOf(const json& item)
+{
+    const json* place = findPath(item, {"PhysicalLocation"});
+    if (place == nullptr)
+    {
+        return {};
+    }
+    return {
+        readOr(*place, {"PartLocation", "LocationType"}, std::string()),
+        readOr(*place, {"PartLocation", "LocationOrdinalValue"}, uint8_t{255})};
 }
 
 std::string driveIdentity(const json& item)
@@ -168,30 +160,6 @@ std::string driveUsageLine(const json& item, const std::string& prefix)
                     "(GB),  ReadBytes: ", gb(counter("ReadBytes")), "(GB)"});
     }
     return "";
-}
-
-void visitDrives(const json& items,
-                 const std::function<void(const json&)>& visit)
-{
-    std::map<std::string, std::map<uint8_t, const json*>> placed;
-    for (const json& item : items)
-    {
-        const Location location = locationOf(item);
-        const bool waits =
-            !location.type.empty() &&
-            placed[location.type].try_emplace(location.ordinal, &item).second;
-        if (!waits)
-        {
-            visit(item);
-        }
-    }
-    for (const auto& [type, drives] : placed)
-    {
-        for (const auto& [ordinal, drive] : drives)
-        {
-            visit(*drive);
-        }
-    }
 }
 
 } // namespace tool

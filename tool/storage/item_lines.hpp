@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <functional>
+#include <cstdint>
 #include <string>
 
 /** Lines of a storage listing, each opened by `prefix`.
@@ -20,6 +20,15 @@ std::string volumeLine(const nlohmann::json& item, const std::string& prefix);
 /** One storage pool; sizes in GiB. */
 std::string poolLine(const nlohmann::json& item, const std::string& prefix);
 
+struct Location
+{
+    std::string type;
+    uint8_t ordinal{0};
+};
+
+/** Where a drive sits; an empty type when it does not say. */
+Location locationOf(const nlohmann::json& item);
+
 /** One drive. */
 std::string driveLine(const nlohmann::json& item, const std::string& prefix);
 
@@ -27,15 +36,6 @@ std::string driveLine(const nlohmann::json& item, const std::string& prefix);
  *  it has none. */
 std::string driveUsageLine(const nlohmann::json& item,
                            const std::string& prefix);
-
-/** Visit a service's drives in the order of their places.
- *
- *  Drives without a place, and those that report a place that an earlier one
- *  has, come as they stand, at once; all others follow by type of place and
- *  number.
- */
-void visitDrives(const nlohmann::json& items,
-                 const std::function<void(const nlohmann::json&)>& visit);
 
 /** "P/N: …, ", "SKU: …, " or nothing: what the rest of the line lacks. */
 std::string driveIdentity(const nlohmann::json& item);

@@ -6,8 +6,11 @@
 #include "tool/json/read.hpp"
 #include "tool/output.hpp"
 #include "tool/storage/item_lines.hpp"
+#include "tool/storage/item_rows.hpp"
 #include "tool/storage/service.hpp"
 
+#include <cstddef>
+#include <string_view>
 #include <vector>
 
 using nlohmann::json;
@@ -31,19 +34,44 @@ std::vector<std::string> servicesFor(const Options& options)
     return {"rsa", "lsa"};
 }
 
-void printItems(const json& items, const Options& options,
-                const std::string& prefix)
+/** Leave of an item that was read no more than what is printed of it. */
+void fold(json& item, const Options& options, const std::string& prefix)
 {
-    if (options.target == "Drives")
+    try
     {
-        visitDrives(items, [&](const json& drive)
-                    { printDriveLine(drive, options, prefix); });
-        return;
+        item = rowOf(item, options.target, prefix, options.verbose);
     }
-    const auto lineOf = options.target == "Volumes" ? volumeLine : poolLine;
-    for (const json& item : items)
+    catch (const json::exception&)
     {
-        out::line(lineOf(item, prefix));
+        // It stays, to fail where it is printed: after those before it.
+    }
+}
+
+void printRow(std::string_view lines)
+{
+    const std::size_t end = lines.find('\0');
+    out::line(lines.substr(0, end));
+    if (end != std::string_view::npos)
+    {
+        out::line(lines.substr(end + 1));
+    }
+}
+
+void printItem(const json& item, const Options& options,
+               const std::string& prefix)
+{
+    if (item.is_binary())
+    {
+        printRow(linesOf(item));
+    }
+    else if (options.target == "Drives")
+    {
+        printDriveLine(item, options, prefix);
+    }
+    else
+    {
+        out::line(options.target == "Volumes" ? volumeLine(item, prefix)
+                                              : poolLine(item, prefix));
     }
 }
 
@@ -61,11 +89,12 @@ bool listServices(const DbusConnPtr& bus, const Options& options,
 {
     const std::vector<std::string> services = servicesFor(options);
     const bool several = services.size() > 1;
+    const io::Wanted rows = rowsWanted(options, prefix);
     const char* gap = "";
     for (const std::string& service : services)
     {
         const auto document =
-            fetchResources(bus, service, options.target, options.address);
+            fetchResources(bus, service, options.target, options.address, rows);
         if (!document)
         {
             out::line(
@@ -98,6 +127,28 @@ bool isListable(const std::string& target)
 }
 
 } // namespace
+
+io::Wanted rowsWanted(const Options& options, const std::string& prefix)
+{
+    return {options.target, membersOf(options.target),
+            [&](json& item) { fold(item, options, prefix); }};
+}
+
+void printItems(const json& items, const Options& options,
+                const std::string& prefix)
+{
+    const auto print = [&](const json& item)
+    { printItem(item, options, prefix); };
+    if (options.target == "Drives")
+    {
+        visitDrives(items, print);
+        return;
+    }
+    for (const json& item : items)
+    {
+        print(item);
+    }
+}
 
 void printDriveLine(const json& item, const Options& options,
                     const std::string& prefix)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
+#include "io/common/src/JsonText.hpp"
 #include "tool/options.hpp"
 
 #include <nlohmann/json.hpp>
@@ -24,6 +25,21 @@ bool listDeviceTargets(const DbusConnPtr& bus, const Options& options,
 
 /** The same with the usual prefix. */
 bool listTargets(const DbusConnPtr& bus, const Options& options);
+
+/** What a listing wants of a service's document: rows in place of items.
+ *
+ *  Both arguments have to outlive it. An item without a row, because a member
+ *  is of the wrong type, stays an item.
+ */
+io::Wanted rowsWanted(const Options& options, const std::string& prefix);
+
+/** Print the rows or items of a service.
+ *
+ *  @throw nlohmann::json::exception where it comes to an item with a member of
+ *         the wrong type
+ */
+void printItems(const nlohmann::json& items, const Options& options,
+                const std::string& prefix);
 
 /** Print one drive and, with `-v`, its usage counters.
  *

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "io/common/src/Bus.hpp"
+#include "io/common/src/JsonText.hpp"
 #include "tool/options.hpp"
 
 #include <nlohmann/json.hpp>
@@ -31,14 +32,15 @@ namespace tool
  *
  *  @param address handed over as one argument, if there is one; the method
  *         "GetAllDrives" takes none
- *  @return the document, or the service's error reply
+ *  @return the document, or what is wanted of it, or the service's error reply
  *  @throw nlohmann::json::exception, std::length_error for a text that is no
  *         document; sdbusplus::exception::SdBusError when no reply came
  */
 io::bus::Answer<nlohmann::json> fetchResources(const DbusConnPtr& bus,
                                                const std::string& service,
                                                const std::string& target,
-                                               std::optional<uint32_t> address);
+                                               std::optional<uint32_t> address,
+                                               const io::Wanted& wanted = {});
 
 /** `-r` as the services take it. */
 uint32_t resourceIdOf(const Options& options);

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/volume_params.hpp"
 
+#include "io/common/src/Text.hpp"
 #include "tool/output.hpp"
 
 #include <algorithm>
+#include <ranges>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,18 +22,6 @@ namespace
 /** dbus-daemon's default for the longest message on the system bus, bytes. */
 constexpr std::size_t maxMessageSize = 32UL << 20;
 
-std::vector<std::string_view> split(std::string_view text, char separator)
-{
-    std::vector<std::string_view> pieces;
-    while (!text.empty())
-    {
-        const std::size_t end = std::min(text.find(separator), text.size());
-        pieces.push_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return pieces;
-}
-
 bool beginsWithDigit(std::string_view text)
 {
     return !text.empty() && text.front() >= '0' && text.front() <= '9';
@@ -40,24 +30,20 @@ bool beginsWithDigit(std::string_view text)
 /** How many volumes the text asks for, at least 1. */
 unsigned long volumeCount(const std::string& params)
 {
-    constexpr std::string_view key = "Count=";
-    const std::size_t at = params.find(key);
-    if (at == std::string::npos || at + key.size() >= params.size())
-    {
-        return 1;
-    }
-    return std::max(std::stoul(params.substr(at + key.size())), 1UL);
+    const auto count = io::text::findValue(params, "Count=").value_or("");
+    return count.empty() ? 1 : std::max(std::stoul(count), 1UL);
 }
 
 /** References to the drives of a list; pieces that are no number are left. */
 std::vector<json> driveLinks(std::string_view list)
 {
     std::vector<json> links;
-    for (std::string_view piece : split(list, ':'))
+    for (const auto piece : std::views::split(list, ':'))
     {
-        if (beginsWithDigit(piece))
+        const std::string id(piece.begin(), piece.end());
+        if (beginsWithDigit(id))
         {
-            links.push_back({{"@odata.id", std::stoul(std::string(piece))}});
+            links.push_back({{"@odata.id", std::stoul(id)}});
         }
     }
     return links;
@@ -115,8 +101,9 @@ void Volume::addPair(std::string_view key, std::string_view value)
 Volume parsePairs(std::string_view params)
 {
     Volume volume;
-    for (std::string_view pair : split(params, ','))
+    for (const auto piece : std::views::split(params, ','))
     {
+        const std::string_view pair(piece.begin(), piece.end());
         const std::size_t equals = pair.find('=');
         if (equals != std::string_view::npos)
         {

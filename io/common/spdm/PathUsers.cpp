@@ -26,13 +26,6 @@ bool lock(const io::Descriptor& file, int command, int type, off_t byte)
     return fcntl(file.number(), command, &range) == 0;
 }
 
-/** Who left before may have removed the file that was waited for. */
-bool isRemoved(const io::Descriptor& file)
-{
-    struct stat status = {};
-    return fstat(file.number(), &status) == 0 && status.st_nlink == 0;
-}
-
 } // namespace
 
 bool PathUsers::enter(const std::string& path)
@@ -48,7 +41,8 @@ bool PathUsers::enter(const std::string& path)
             file = io::Descriptor();
             return false;
         }
-    } while (isRemoved(file));
+        // Who left before may have removed the file that was waited for.
+    } while (!io::isNamed(file, name));
     return true;
 }
 

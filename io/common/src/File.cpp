@@ -97,15 +97,6 @@ std::string behindLinks(const std::string& name)
     return name;
 }
 
-bool isNamed(const Descriptor& file, const std::string& path)
-{
-    struct stat opened = {};
-    struct stat named = {};
-    require(fstat(file.number(), &opened) == 0, "fstat");
-    return stat(path.c_str(), &named) == 0 && opened.st_ino == named.st_ino &&
-           opened.st_dev == named.st_dev;
-}
-
 /** Open the file and lock it; a closed one when somebody else has it.
  *
  *  Who had the lock has given the file another name or removed it meanwhile,
@@ -179,6 +170,15 @@ Descriptor::~Descriptor()
     {
         ::close(fd);
     }
+}
+
+bool isNamed(const Descriptor& file, const std::string& path)
+{
+    struct stat opened = {};
+    struct stat named = {};
+    require(fstat(file.number(), &opened) == 0, "fstat");
+    return stat(path.c_str(), &named) == 0 && opened.st_ino == named.st_ino &&
+           opened.st_dev == named.st_dev;
 }
 
 std::string readAll(const Descriptor& file, std::size_t longest)

@@ -38,6 +38,12 @@ class Descriptor
     int fd;
 };
 
+/** Is an open file still what the name stands for?
+ *
+ *  @throw std::system_error when it cannot be asked
+ */
+bool isNamed(const Descriptor& file, const std::string& path);
+
 /** The content of an open file.
  *
  *  @param longest how long it may be, in whole MiB

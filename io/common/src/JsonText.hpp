@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
+#include <functional>
+#include <span>
 #include <string_view>
 
 namespace io
@@ -21,6 +23,32 @@ inline constexpr std::size_t maxJsonValues = 500'000;
 /** How deep documents of services may be: printing and serialising recurse. */
 inline constexpr std::size_t maxJsonDepth = 512;
 
+/** A part of a document that its reader asks for. */
+struct Kept
+{
+    std::string_view key;            //!< everyItem, or of a member
+    std::span<const Kept> members{}; //!< of its value; none: all of them
+};
+
+/** Stands alone, for every element of an array and member of an object. */
+inline constexpr std::string_view everyItem{};
+
+/** What a listing wants of a document: one list, and some of each item.
+ *
+ *  All else is read and counted, so that a document is refused for the same
+ *  reasons, but takes no memory. A value that is wanted keeps its kind and,
+ *  unless it is a container, itself; an array where members are named keeps
+ *  its kind only.
+ */
+struct Wanted
+{
+    std::string_view list{};         //!< a member's key; none: the document
+    std::span<const Kept> members{}; //!< of each item
+
+    /** Makes less of an item that is an object or an array, once it is read. */
+    std::function<void(nlohmann::json&)> fold{};
+};
+
 /** Parse a JSON text that somebody else wrote.
  *
  *  Printing, serialising and destroying a document recurse per level, so the
@@ -33,6 +61,9 @@ inline constexpr std::size_t maxJsonDepth = 512;
  */
 nlohmann::json parseJson(std::string_view text,
                          std::size_t maxDepth = maxJsonDepth);
+
+/** The same, but only what is wanted. Throws as well what a fold throws. */
+nlohmann::json parseJson(std::string_view text, const Wanted& wanted);
 
 /** The same, but text that is no JSON gives a discarded value.
  *

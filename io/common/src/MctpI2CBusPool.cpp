@@ -7,27 +7,26 @@ namespace io::mctp_pool
 namespace
 {
 
+using EidSet = std::bitset<eidCount>;
+
+EidSet range(unsigned start, unsigned size)
+{
+    return ~EidSet() >> (eidCount - size) << start;
+}
+
 /** Does the range end within the EIDs? */
 bool isInside(unsigned start, unsigned size)
 {
     return start + size <= eidCount;
 }
 
-bool isFree(const std::bitset<eidCount>& reserved, unsigned start,
-            unsigned size)
+bool isFree(const EidSet& reserved, unsigned start, unsigned size)
 {
-    for (unsigned eid = start; eid < start + size; ++eid)
-    {
-        if (reserved[eid])
-        {
-            return false;
-        }
-    }
-    return true;
+    return (reserved & range(start, size)).none();
 }
 
-std::optional<unsigned> findStart(const std::bitset<eidCount>& reserved,
-                                  unsigned preferred, unsigned size)
+std::optional<unsigned> findStart(const EidSet& reserved, unsigned preferred,
+                                  unsigned size)
 {
     if (isInside(preferred, size) && isFree(reserved, preferred, size))
     {
@@ -73,10 +72,7 @@ std::optional<Pool> reserve(Tables& tables, uint8_t bus)
     {
         return std::nullopt;
     }
-    for (unsigned eid = *start; eid < *start + size; ++eid)
-    {
-        tables.reserved.set(eid);
-    }
+    tables.reserved |= range(*start, size);
     const Pool pool(static_cast<uint8_t>(*start), static_cast<uint8_t>(size));
     tables.pools[bus] = pool;
     return pool;

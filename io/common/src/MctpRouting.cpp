@@ -20,21 +20,18 @@ constexpr uint8_t bindingPcie = 2;
 
 RoutingEntry decodeRecord(std::span<const uint8_t> record)
 {
-    RoutingEntry entry;
-    entry.eid = record[0];
-    entry.second = record[1];
-    entry.third = static_cast<uint16_t>(record[2] | record[3] << 8);
-    entry.physicalAddress = record[4] | uint32_t{record[5]} << 8 |
-                            uint32_t{record[6]} << 16 |
-                            uint32_t{record[7]} << 24;
-    return entry;
+    return {.eid = record[0],
+            .second = record[1],
+            .third = static_cast<uint16_t>(record[2] | record[3] << 8),
+            .physicalAddress = record[4] | uint32_t{record[5]} << 8 |
+                               uint32_t{record[6]} << 16 |
+                               uint32_t{record[7]} << 24};
 }
 } // namespace
 
 RoutingTable decodeRoutingTable(std::span<const uint8_t> bytes)
 {
     RoutingTable table;
-    table.reserve(bytes.size() / recordSize);
     for (; bytes.size() >= recordSize; bytes = bytes.subspan(recordSize))
     {
         table.push_back(decodeRecord(bytes.first(recordSize)));

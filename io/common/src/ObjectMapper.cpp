@@ -6,11 +6,6 @@
 namespace io::mapper
 {
 
-namespace
-{
-using Names = std::vector<std::string>;
-} // namespace
-
 bus::Answer<SubTree> getSubTree(const DbusConnPtr& conn, const char* path,
                                 int32_t depth, const std::string& interface)
 {

@@ -18,9 +18,10 @@
 namespace io::mapper
 {
 
+using Names = std::vector<std::string>;
+
 /** Service name to the interfaces that it has there, by name. */
-using ServiceMap =
-    boost::container::flat_map<std::string, std::vector<std::string>>;
+using ServiceMap = boost::container::flat_map<std::string, Names>;
 
 /** Reply of GetSubTree, a{sa{sas}}: object paths in the mapper's order. */
 using SubTree = std::vector<std::pair<std::string, ServiceMap>>;
@@ -30,13 +31,11 @@ bus::Answer<SubTree> getSubTree(const DbusConnPtr& conn, const char* path,
                                 int32_t depth, const std::string& interface);
 
 /** The paths of these objects. */
-bus::Answer<std::vector<std::string>>
-getSubTreePaths(const DbusConnPtr& conn, const char* path, int32_t depth,
-                const std::string& interface);
+bus::Answer<Names> getSubTreePaths(const DbusConnPtr& conn, const char* path,
+                                   int32_t depth, const std::string& interface);
 
 /** The services that have the interface at a path, in the mapper's order. */
-bus::Answer<std::vector<std::string>> getServices(const DbusConnPtr& conn,
-                                                  const char* path,
-                                                  const std::string& interface);
+bus::Answer<Names> getServices(const DbusConnPtr& conn, const char* path,
+                               const std::string& interface);
 
 } // namespace io::mapper

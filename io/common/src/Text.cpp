@@ -94,4 +94,15 @@ std::string_view afterLastDot(std::string_view text)
     return text.substr(text.rfind('.') + 1);
 }
 
+std::optional<std::string> findValue(const std::string& text,
+                                     std::string_view key)
+{
+    const std::size_t at = text.find(key);
+    if (at == std::string::npos)
+    {
+        return std::nullopt;
+    }
+    return text.substr(at + key.size());
+}
+
 } // namespace io::text

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <ctime>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -39,5 +40,9 @@ std::string date(std::time_t seconds);
 
 /** The text after the last "."; all of it when there is none. */
 std::string_view afterLastDot(std::string_view text);
+
+/** The text behind the first occurrence of a key, up to the end. */
+std::optional<std::string> findValue(const std::string& text,
+                                     std::string_view key);
 
 } // namespace io::text

@@ -23,15 +23,4 @@ TEST(PartNumber, isNotInEveryFileName)
     }
 }
 
-TEST(PartNumber, isAllThatFollowsItsKey)
-{
-    EXPECT_EQ(partNumberOfParams("PN=ABC123"), "ABC123");
-    EXPECT_EQ(partNumberOfParams("x,PN=A,B=PN=C"), "A,B=PN=C");
-    EXPECT_EQ(partNumberOfParams("PN="), "");
-    for (const char* params : {"", "pn=123", "PN", "P N=1"})
-    {
-        EXPECT_EQ(partNumberOfParams(params), std::nullopt) << params;
-    }
-}
-
 } // namespace tool

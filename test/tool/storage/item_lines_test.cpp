@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/storage/item_lines.hpp"
+#include "tool/storage/item_rows.hpp"
 
 #include <gtest/gtest.h>
 

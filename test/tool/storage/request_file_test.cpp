@@ -19,7 +19,8 @@ namespace
 class RequestFile : public testing::Test
 {
   protected:
-    std::string path = testing::TempDir() + "request_file_test.json";
+    std::string path =
+        testing::TempDir() + "request_file_test." + std::to_string(getpid());
     json document = "untouched";
     std::string complaint;
 
