@@ -29,17 +29,17 @@ def change(fault):
 
 
 def survivors_in(records, faults):
-    """What survived in earlier results, found again in other sources: the
-    same change in the same file, nearest to the line where it was."""
+    """What earlier records tell, found again in other sources, by its number:
+    the same change in the same file, nearest to the line where it was."""
     alike = collections.defaultdict(list)
     for fault in faults:
         alike[fault.file, fault.kind, fault.before, fault.after].append(fault)
     found = {}
-    for number, record in records.items():
+    for record in records:
         same = alike[record["file"], record["kind"], record["before"],
                      record["after"]]
-        if record["result"] in _OPEN and same:
-            found[number] = min(
+        if same:
+            found[record["number"]] = min(
                 same, key=lambda it: abs(it.line - record["line"]))
     return found
 

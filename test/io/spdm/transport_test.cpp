@@ -14,6 +14,8 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 
 using mctp::spdm::SpdmLib;
 using mctp::spdm::UdsSocket;
@@ -294,22 +296,21 @@ TEST(Socket, hasNoPlaceWithoutItsLockFile)
     EXPECT_EQ(socket.init(), 0);
 }
 
-/** The number that the next descriptor gets. */
-int nextDescriptor()
+/** How many descriptors are open. */
+ptrdiff_t openDescriptors()
 {
-    const int next = open("/dev/null", O_RDONLY);
-    close(next);
-    return next;
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         std::filesystem::directory_iterator());
 }
 
 TEST(Socket, aFailedBindLeavesNothing)
 {
     ASSERT_EQ(mkdir(ownPath, 0700), 0);
-    const int next = nextDescriptor();
+    const ptrdiff_t before = openDescriptors();
     UdsSocket socket;
     EXPECT_EQ(journalOf([&] { EXPECT_EQ(socket.init(), -1); }),
               Lines{"<3> [ERR] Failed to bind UDS socket for SPDM"});
-    EXPECT_EQ(nextDescriptor(), next);
+    EXPECT_EQ(openDescriptors(), before);
     EXPECT_FALSE(exists(ownLock));
     ASSERT_EQ(rmdir(ownPath), 0);
 }

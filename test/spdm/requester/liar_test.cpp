@@ -332,6 +332,7 @@ TEST(Liar, hasOpaqueDataInTheFormatThatWasSelected)
     EXPECT_EQ(Liar(withOpaque({9, 9, 9, 9})).challenged(),
               LIBSPDM_STATUS_INVALID_MSG_FIELD);
     // ALGORITHMS without a format, so there may be no such data.
+    EXPECT_EQ(Liar(at(algorithms, 8, 0)).challenged(), 0U);
     const auto told = withOpaque(good);
     Liar liar(
         [told](uint8_t request, Message& answer)
