@@ -19,7 +19,7 @@ def joined(literals):
 
 def sources():
     return "\n".join(path.read_text() for folder in ("io", "tool")
-                     for path in sorted((ROOT / folder).rglob("*.cpp")))
+                     for path in sorted((ROOT / folder).rglob("*.[ch]pp")))
 
 
 def rows():
