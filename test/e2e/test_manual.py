@@ -58,7 +58,7 @@ def literals():
     printed."""
     found = []
     for folder in ("tool", "io/common/src"):
-        for path in sorted((sim_env.ROOT / folder).rglob("*.cpp")):
+        for path in sorted((sim_env.ROOT / folder).rglob("*.[ch]pp")):
             text = re.sub(r"^\s*//.*$", "", path.read_text(),
                           flags=re.MULTILINE)
             text = re.sub(r'"\s*\n\s*"', "", text)

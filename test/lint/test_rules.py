@@ -104,11 +104,11 @@ def test_a_finding_is_a_failure(tree):
 
 def test_a_home_that_is_none_any_more_is_told(tree):
     tree.copy("tool", "io")
-    tree.plant("io/common/src/Wait.cpp", "// Moved.\n")
+    tree.plant("io/common/src/ObjectMapper.cpp", "// Moved.\n")
     (tree.path / "tool/guard.cpp").unlink()
     assert tree.lint("rules") == (
-        1, ["io/common/src/Wait.cpp: is no home of this any more "
-            "[wait]",
+        1, ["io/common/src/ObjectMapper.cpp: is no home of this any more "
+            "[mapper]",
             "tool/guard.cpp: is no home of this any more [catch]"])
 
 
