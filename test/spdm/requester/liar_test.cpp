@@ -209,8 +209,14 @@ TEST(Liar, isBelievedWhereItTellsTheTruth)
 
 TEST(Liar, cannotChallengeWithAnotherChain)
 {
-    Liar liar([](uint8_t request, Message& answer)
-              { answer[20] ^= request == challenge ? 1 : 0; });
+    Liar liar(
+        [](uint8_t request, Message& answer)
+        {
+            if (request == challenge)
+            {
+                answer[20] ^= 1;
+            }
+        });
     EXPECT_EQ(liar.challenged(), LIBSPDM_STATUS_VERIF_FAIL);
 }
 
