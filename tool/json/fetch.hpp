@@ -4,6 +4,8 @@
 #include "io/common/src/Bus.hpp"
 #include "io/common/src/JsonText.hpp"
 
+#include <systemd/sd-bus.h>
+
 #include <nlohmann/json.hpp>
 
 namespace tool
@@ -14,8 +16,17 @@ namespace tool
  *  @throw sdbusplus::exception::SdBusError for a reply without a string first
  *  @throw as io::parseJson()
  */
-nlohmann::json readDocument(sdbusplus::message_t& reply,
-                            const io::Wanted& wanted);
+inline nlohmann::json readDocument(sdbusplus::message_t& reply,
+                                   const io::Wanted& wanted)
+{
+    // Read where it is: a copy of a long text would be the larger part of what
+    // a listing takes.
+    const char* text = nullptr;
+    io::bus::check(
+        sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &text),
+        "sd_bus_message_read_basic string");
+    return io::parseJson(text, wanted);
+}
 
 /** Call a method whose reply is a JSON document in one string.
  *
