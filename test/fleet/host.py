@@ -79,6 +79,10 @@ class Host:
             if not (programs / applet).exists():
                 (programs / applet).symlink_to("busybox")
         self.programs = programs
+        # Not through the folders above it, which may be root's alone.
+        built = _HOME / "tool"
+        built.mkdir()
+        _bind(self.build / "tool", built)
         self.furnish_tool()
         self._accounts()
         empty = _HOME / "empty"
@@ -91,7 +95,7 @@ class Host:
         """Puts the tool where a BMC has it, in place of what is there."""
         tool = self.programs / "zantric"
         tool.unlink(missing_ok=True)
-        tool.symlink_to(self.build / "tool/zantric")
+        tool.symlink_to(_HOME / "tool/zantric")
         return True
 
     def _home(self, name, user):
