@@ -39,6 +39,20 @@ TEST(Terminal, showsNoControlCharacter)
     EXPECT_EQ(shown("\x1b]0;pwned\a\x1b[2J"), "?]0;pwned??[2J");
 }
 
+TEST(Terminal, takesNoByteOfACharacterForAControl)
+{
+    // Of each length and at each end of its leads; alone, each of the later
+    // bytes from 0x80 to 0x9F would be a control.
+    for (const char* text :
+         {"\u00d0", "\u07d0", "\u0800", "\u0fd0", "\u1000", "\ucfd0", "\ud010",
+          "\ud7d0", "\ue000", "\uffd0", "\U00010000", "\U0003f010",
+          "\U00040000", "\U000ff010", "\U00100000", "\U0010f010"})
+    {
+        EXPECT_EQ(shown(text), text);
+        EXPECT_EQ(shown(std::string(text) + "a\x80"), std::string(text) + "a?");
+    }
+}
+
 TEST(Terminal, takesNoByteOfABrokenCharacterForText)
 {
     EXPECT_EQ(shown("\xC4\x9B"), "\xC4\x9B");              // a letter
