@@ -22,9 +22,9 @@ inline nlohmann::json readDocument(sdbusplus::message_t& reply,
     // Read where it is: a copy of a long text would be the larger part of what
     // a listing takes.
     const char* text = nullptr;
-    io::bus::check(
-        sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING, &text),
-        "sd_bus_message_read_basic string");
+    io::bus::check(sd_bus_message_read_basic(reply.get(), SD_BUS_TYPE_STRING,
+                                             static_cast<void*>(&text)),
+                   "sd_bus_message_read_basic string");
     return io::parseJson(text, wanted);
 }
 

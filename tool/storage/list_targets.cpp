@@ -43,7 +43,7 @@ void fold(json& item, const Options& options, const std::string& prefix)
     }
     catch (const json::exception&)
     {
-        // It stays, to fail where it is printed: after those before it.
+        return; // It stays, to fail where it is printed: after those before it.
     }
 }
 
