@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -45,8 +46,8 @@ inline constexpr char numberType<uint64_t> = 't';
 void appendNumber(sd_bus_message* call, char type, const void* number);
 
 template <typename T>
-
-requires(numberType<T> != '\0') void append(sd_bus_message* call, T number)
+auto append(sd_bus_message* call, T number)
+    -> std::enable_if_t<numberType<T> != '\0'>
 {
     appendNumber(call, numberType<T>, &number);
 }
