@@ -171,11 +171,6 @@ void ObjectTree::setProperty(const std::string& path,
     property.value = std::move(value);
 }
 
-void ObjectTree::removeObject(const std::string& path)
-{
-    objects.erase(path);
-}
-
 bool ObjectTree::takes(const Call& call) const
 {
     auto object = objects.find(call.path);

@@ -50,7 +50,6 @@ class ObjectTree
     void setProperty(const std::string& path, const std::string& interface,
                      const std::string& name, std::string signature,
                      Json value);
-    void removeObject(const std::string& path);
 
     /** Whether a call has arguments that its method takes; true for a method
      *  that is not here. */

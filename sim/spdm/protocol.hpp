@@ -49,7 +49,6 @@ inline constexpr uint8_t getMeasurements = 0xe0;
 inline constexpr uint8_t getCapabilities = 0xe1;
 inline constexpr uint8_t negotiateAlgorithms = 0xe3;
 inline constexpr uint8_t getKeyPairInfo = 0xfc;
-inline constexpr uint8_t vendorDefined = 0xfe;
 inline constexpr uint8_t respondIfReady = 0xff;
 } // namespace request
 
@@ -114,9 +113,6 @@ inline constexpr uint32_t sha256 = 0x00000001;
 inline constexpr uint32_t sha384 = 0x00000002;
 inline constexpr uint32_t sha512 = 0x00000004;
 inline constexpr uint32_t measurementRawOnly = 0x00000001;
-inline constexpr uint32_t measurementSha256 = 0x00000002;
-inline constexpr uint32_t measurementSha384 = 0x00000004;
-inline constexpr uint32_t measurementSha512 = 0x00000008;
 inline constexpr uint8_t measurementSpecDmtf = 0x01;
 inline constexpr uint8_t opaqueFormat0 = 0x01;
 inline constexpr uint8_t opaqueFormat1 = 0x02;
@@ -145,7 +141,6 @@ inline constexpr uint8_t allOperation = 0xff;
 inline constexpr uint8_t immutableRom = 0;
 inline constexpr uint8_t mutableFirmware = 1;
 inline constexpr uint8_t typeMask = 0x7f;
-inline constexpr uint8_t rawBitStream = 0x80;
 } // namespace measurement
 
 /** Measurement summary hash types of CHALLENGE. */
