@@ -18,6 +18,9 @@ BUILD = ROOT / "build-release"
 PLAIN = ROOT / "build-release-plain"  # without attestation
 SHARED = ROOT / "build-release-shared"  # as on a BMC
 FLOOR = BUILD / "bench-floor"
+ATTEST_FLOOR = BUILD / "bench-attest-floor"
+LOAD = BUILD / "bench-load.so"
+DEFAULT = ROOT / "sim/scenarios/default.json"
 ZANTRIC = BUILD / "tool/zantric"
 PLAIN_ZANTRIC = PLAIN / "tool/zantric"
 TOOLS = {"zantric": str(ZANTRIC),
@@ -44,9 +47,12 @@ def prepare():
           f'build_in "{BUILD}" {STATIC}; '
           f'build_in "{PLAIN}" {STATIC} -Dattest=disabled -Dsim=disabled; '
           f'build_in "{SHARED}" {RELEASE} -Dstatic-runtime=disabled '
-          '-Dattest=disabled -Dsim=disabled; '
+          '-Dsim=disabled; '
           f'cc -O2 -o "{FLOOR}" bench/floor.c '
-          '$(pkg-config --cflags --libs libsystemd)')
+          '$(pkg-config --cflags --libs libsystemd); '
+          f'cc -O2 -o "{ATTEST_FLOOR}" bench/attest_floor.c '
+          '$(pkg-config --cflags --libs libsystemd libcrypto); '
+          f'cc -O2 -D_GNU_SOURCE -shared -fPIC -o "{LOAD}" bench/load.c')
 
 
 def say(text):
@@ -90,14 +96,34 @@ def compare(commands, rounds=ROUNDS, runs=RUNS):
             for name in commands}
 
 
+def logged(command, log):
+    """The calls that a command makes."""
+    start = log.stat().st_size
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+    return [json.loads(line) for line in log.read_text()[start:].splitlines()]
+
+
 def whole_listing(folder):
     """The listing of the default scenario against the same calls in C."""
-    default = ROOT / "sim/scenarios/default.json"
-    with simulated(default, folder) as log:
-        subprocess.run([ZANTRIC], check=True, stdout=subprocess.DEVNULL)
-        calls = [json.loads(line) for line in log.read_text().splitlines()]
+    with simulated(DEFAULT, folder) as log:
+        calls = logged([ZANTRIC], log)
         return compare({"floor": [str(FLOOR), *cases.floor_words(calls)],
                         **{name: [tool] for name, tool in TOOLS.items()}})
+
+
+def attestation(folder):
+    """An attestation in the default scenario against the same calls and the
+    crypto that they need in C, and what loading the module takes of it."""
+    words = ["-o", "attest", "-a", hex(cases.ADDRESS)]
+    with simulated(DEFAULT, folder) as log:
+        calls = logged([ZANTRIC, *words], log)
+        floor = [str(ATTEST_FLOOR), *cases.attest_floor_words(calls)]
+        if cases.shapes(logged(floor, log)) != cases.shapes(calls):
+            raise measure.Failure("the floor makes other calls than the tool")
+        return (compare({"floor": floor, **{name: [tool, *words] for name, tool
+                                            in TOOLS.items()}}),
+                measure.loading([str(ZANTRIC), *words], str(LOAD), ROUNDS,
+                                RUNS))
 
 
 def one_call(size, folder, rounds):
@@ -166,6 +192,8 @@ def run(folder):
     results["call 1 MB"] = one_call(1000000, folder, 4)
     say("whole listing")
     results["listing"] = whole_listing(folder)
+    say("attestation")
+    results["attestation"], results["load"] = attestation(folder)
     results["growth"] = {}
     for name, costs in all_growth(folder):
         say(name)

@@ -149,3 +149,20 @@ def floor_words(calls):
             else:
                 words.append(str(value))
     return words
+
+
+def shapes(calls):
+    """What two runs have in common that differ in their nonces alone."""
+    return [(call["destination"], call["path"], call["interface"],
+             call["member"], call["signature"],
+             [len(value) if isinstance(value, list) else value
+              for value in call["args"]]) for call in calls]
+
+
+def attest_floor_words(calls):
+    """The logged calls of an attestation as words for its floor program."""
+    exchanges = [call for call in calls
+                 if call["member"] == "SendReceiveMctpMessagePayload"]
+    first = exchanges[0]
+    return [first["destination"], str(first["args"][0]),
+            *(bytes(call["args"][1]).hex() for call in exchanges)]

@@ -7,6 +7,8 @@ is a value and the noise that the run itself saw in it, as a part of the value.
 
 import json
 
+from bench import report
+
 # Of the same program two runs differ by some hundred instructions, because of
 # addresses that differ; more is the program's.
 COUNTED_NOISE = 0.002
@@ -25,7 +27,7 @@ def _cost_figures(name, cost):
 def figures(results):
     """All that a run measured of the tool, by name."""
     found = {}
-    for table in ("call 3 kB", "call 1 MB", "listing"):
+    for table in report.TABLES:
         for name, cost in results[table].items():
             if name.startswith("zantric"):
                 found.update(_cost_figures(f"{table}: {name}", cost))
@@ -34,6 +36,8 @@ def figures(results):
             found[f"{name}: {point}, instructions"] = (
                 cost["instructions"], COUNTED_NOISE)
             found[f"{name}: {point}, ms"] = (cost["ms"], TIMES_NOISE)
+    found["module loaded, ms"] = (results["load"]["ms"],
+                                  results["load"]["noise"])
     found["stripped size"] = (results["size"]["file"], 0.0)
     return found
 

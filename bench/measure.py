@@ -44,6 +44,14 @@ def read_load_size(report):
     return int(text) + int(data)
 
 
+def read_loading(report):
+    """Seconds in what bench/load.c writes, on standard error."""
+    found = re.search(r" loaded in (\d+) ns$", report, re.MULTILINE)
+    if not found:
+        raise Failure(f"nothing was loaded: {report}")
+    return int(found[1]) / 1e9
+
+
 def paired_ratios(rounds, base):
     """Median ratio of each command to the base, taken within each round."""
     return {name: statistics.median(row[name] / row[base] for row in rounds)
@@ -89,6 +97,17 @@ def times(commands, runs, warmup=2, which="median"):
               f"--warmup={warmup}", f"--export-json={report.name}",
               *(_quote(command) for command in commands.values())])
         return dict(zip(commands, read_times(report.read(), which)))
+
+
+def loading(command, library, rounds, runs):
+    """What a command's loading of its module takes: milliseconds of the best
+    round, and how far apart the middle half of the rounds is."""
+    command = ["env", f"LD_PRELOAD={library}", *command]
+    rows = [{"load": statistics.median(read_loading(_run(command))
+                                       for _ in range(runs)), "one": 1}
+            for _ in range(rounds)]
+    return {"ms": 1000 * min(row["load"] for row in rows),
+            "noise": noise(rows, "one", "load")}
 
 
 def _quote(command):

@@ -182,6 +182,18 @@ TEST(Requests, carryWhatIsGivenAndTellWhatIsNot)
     }
 }
 
+TEST(Requests, carryZerosWhereNoContextIsGiven)
+{
+    Session session(deviceOf(test::Settings{.version = 0x13, .blocks = 1}));
+    session.attest();
+    const test::Message& challenge = session.sent.at(6);
+    const test::Message& measurement = session.sent.at(8);
+    const test::Message zeros(8);
+    EXPECT_EQ(test::Message(challenge.begin() + 37, challenge.end()), zeros);
+    EXPECT_EQ(test::Message(measurement.begin() + 38, measurement.end()),
+              zeros);
+}
+
 TEST(Requests, thatTheTransportRefusesAreNotSent)
 {
     Session session(deviceOf(test::Settings{}));

@@ -135,6 +135,8 @@ TEST(Capabilities, flagsGoTogether)
              Row{0x04000006, {true, true, true, false}},
              Row{0x14000006, {true, true, true, true}},
              Row{0x00000C06, {true, false, false, false}},
+             Row{0x000004C6, {true, true, true, true}},
+             Row{0x00000CC6, {true, false, false, false}},
          })
     {
         for (size_t minor = 0; minor < 4; ++minor)
@@ -201,6 +203,20 @@ TEST(Hash, ofNothing)
     EXPECT_EQ(hash[0], 0xE3);
     EXPECT_EQ(hash[31], 0x55);
     EXPECT_FALSE(libspdm_hash_all(0, "", 0, hash.data()));
+}
+
+TEST(Hash, hasItsAlgorithm)
+{
+    const char* const names[] = {"SHA256",   "SHA384",   "SHA512",
+                                 "SHA3-256", "SHA3-384", "SHA3-512"};
+    uint32_t algorithm = 1;
+    for (const char* name : names)
+    {
+        test::Message hash(libspdm_get_hash_size(algorithm));
+        EXPECT_TRUE(libspdm_hash_all(algorithm, "abc", 3, hash.data()));
+        EXPECT_EQ(hash, test::hashOf(name, {'a', 'b', 'c'})) << name;
+        algorithm <<= 1;
+    }
 }
 
 class Settings : public testing::Test
