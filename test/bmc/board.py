@@ -77,6 +77,10 @@ class Session(harness.Session):
     def signal(self, number):
         shell(f"kill -{int(number)} {self.pid()}")
 
+    def patience(self, timeout=PATIENCE):
+        """How long it is waited for; what sleeps here is only ssh."""
+        return harness.Patience(timeout)
+
     def read_until(self, text, timeout=PATIENCE, stream="out"):
         return super().read_until(text, timeout, stream)
 
