@@ -17,6 +17,16 @@ namespace
 
 constexpr const char* fileName = "/zantric-attest.so";
 
+/** The module's own libraries are asked for a name before the tool's: thousands
+ *  of names are the crypto library's own. Where an allocator stands in front of
+ *  all libraries, as with this sanitizer, it has to stay in front.
+ */
+#ifdef __SANITIZE_ADDRESS__
+constexpr int ownFirst = 0;
+#else
+constexpr int ownFirst = RTLD_DEEPBIND;
+#endif
+
 /** The folder of the running executable; empty when it cannot be told. */
 std::string ownFolder()
 {
@@ -52,7 +62,7 @@ void* open()
             break;
         }
     }
-    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | ownFirst);
     if (module == nullptr)
     {
         failLoading();
