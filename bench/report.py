@@ -102,6 +102,18 @@ def _comparison(table):
          for name, cost in table.items()])
 
 
+def counted(tables):
+    """What was counted for ARM, for people."""
+    return ("32-bit ARM, counted by qemu-arm: instructions, and the memory "
+            "that was touched at any time.\n\n" + _rows(
+                ["", "", "M instructions", "/ floor", "kB", "/ floor"],
+                [[table, name, f"{cost['instructions'] / 1e6:.2f}",
+                  f"{ratio(costs, 'instructions', name):.2f}",
+                  f"{cost['kB']}", f"{ratio(costs, 'kB', name):.2f}"]
+                 for table, costs in tables.items()
+                 for name, cost in costs.items()]).rstrip("\n") + "\n")
+
+
 def _growth(costs):
     return _rows(
         ["", "ms", "M instructions"],
