@@ -104,7 +104,7 @@ def all_growth(folder):
         counts, cases.drives, [*listing, "Drives", "-s", "rsa"], folder)
     yield "devices listed", growth(counts, cases.devices, [tool], folder)
     yield "bytes of a document shown", growth(
-        (1000, 10000, 100000, 1000000, 10000000), cases.volumes,
+        (1000, 10000, 100000, 1000000, 5000000), cases.volumes,
         [tool, "-o", "show", "-t", "Volumes", "-s", "rsa", "-a", "1"], folder)
     yield "certificate slots attested", growth(
         (1, 2, 4, 8), lambda slots: cases.attestation(slots, 4), attest,
