@@ -87,8 +87,11 @@ def machine():
 
 
 def _rows(head, rows):
+    bar = r"\|"  # within a cell
     lines = [head, ["---"] + ["--:"] * (len(head) - 1), *rows]
-    return "".join(f"| {' | '.join(line)} |\n" for line in lines) + "\n"
+    return "".join(
+        f"| {' | '.join(cell.replace('|', bar) for cell in line)} |\n"
+        for line in lines) + "\n"
 
 
 def _comparison(table):

@@ -146,6 +146,11 @@ def test_goals_that_are_met():
     assert "missed" not in report.markdown(results())
 
 
+def test_a_pipe_in_a_name_ends_no_cell():
+    text = report.markdown(results())
+    assert "\n| busctl --json=short call \\| jq | 3.00 |" in text
+
+
 @pytest.mark.parametrize("change", [
     {"size": 250001}, {"with_attestation": 1021}, {"load": 0.71},
     {"limits": {"kB": 12001, "drives": 0, "show": 0}},
