@@ -19,12 +19,13 @@ constexpr const char* fileName = "/zantric-attest.so";
 
 /** The module's own libraries are asked for a name before the tool's: thousands
  *  of names are the crypto library's own. Where an allocator stands in front of
- *  all libraries, as with this sanitizer, it has to stay in front.
+ *  all libraries, as with this sanitizer, it has to stay in front. Not every C
+ *  library can do so.
  */
-#ifdef __SANITIZE_ADDRESS__
-constexpr int ownFirst = 0;
-#else
+#if defined(RTLD_DEEPBIND) && !defined(__SANITIZE_ADDRESS__)
 constexpr int ownFirst = RTLD_DEEPBIND;
+#else
+constexpr int ownFirst = 0;
 #endif
 
 /** The folder of the running executable; empty when it cannot be told. */
