@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """Measures the release build on the simulated BMC; see bench/run."""
 
-import contextlib
 import json
 import os
 import pathlib
@@ -9,200 +8,9 @@ import subprocess
 import sys
 import tempfile
 
-from bench import cases, history, measure, report
+from bench import arm, history, measure, native
+from bench.world import HERE, ROOT
 from sim.launch import env
-
-HERE = pathlib.Path(__file__).resolve().parent
-ROOT = HERE.parent
-BUILD = ROOT / "build-release"
-PLAIN = ROOT / "build-release-plain"  # without attestation
-SHARED = ROOT / "build-release-shared"  # as on a BMC
-FLOOR = BUILD / "bench-floor"
-ATTEST_FLOOR = BUILD / "bench-attest-floor"
-LOAD = BUILD / "bench-load.so"
-DEFAULT = ROOT / "sim/scenarios/default.json"
-ZANTRIC = BUILD / "tool/zantric"
-PLAIN_ZANTRIC = PLAIN / "tool/zantric"
-TOOLS = {"zantric": str(ZANTRIC),
-         report.BMC: str(SHARED / "tool/zantric")}
-ROUNDS, RUNS = 20, 5
-LIMIT = 64 << 20
-RELEASE = "--buildtype=release -Dtests=disabled"
-# One program, also where sdbusplus and lg2 are there as shared libraries.
-STATIC = f"{RELEASE} --force-fallback-for=sdbusplus,phosphor-logging"
-
-
-def shell(script):
-    """Runs a line of shell that knows the functions of the scripts."""
-    line = f'. "{ROOT}/scripts/lib.sh"; {script}'
-    if subprocess.run(["bash", "-euo", "pipefail", "-c", line],
-                      check=False).returncode != 0:
-        raise measure.Failure("the preparation failed")
-
-
-def prepare():
-    """Installs what is missing and builds what is measured."""
-    shell('install_packages "${packages[@]}" hyperfine jq valgrind time')
-    shell(f'cd "{ROOT}"; '
-          f'build_in "{BUILD}" {STATIC}; '
-          f'build_in "{PLAIN}" {STATIC} -Dattest=disabled -Dsim=disabled; '
-          f'build_in "{SHARED}" {RELEASE} -Dstatic-runtime=disabled '
-          '-Dsim=disabled; '
-          f'cc -O2 -o "{FLOOR}" bench/floor.c '
-          '$(pkg-config --cflags --libs libsystemd); '
-          f'cc -O2 -o "{ATTEST_FLOOR}" bench/attest_floor.c '
-          '$(pkg-config --cflags --libs libsystemd libcrypto); '
-          f'cc -O2 -D_GNU_SOURCE -shared -fPIC -o "{LOAD}" bench/load.c')
-
-
-def say(text):
-    """Tells how far it is."""
-    print(text, file=sys.stderr, flush=True)
-
-
-@contextlib.contextmanager
-def simulated(scenario, folder):
-    """The simulated BMC while it plays a scenario; gives its call log."""
-    log = pathlib.Path(folder, "calls")
-    log.write_bytes(b"")
-    if not isinstance(scenario, pathlib.Path):
-        document = pathlib.Path(folder, "scenario.json")
-        document.write_text(json.dumps(scenario))
-        scenario = document
-    process = env.start_bmc(str(BUILD / "sim/bmcsim"), [str(scenario)],
-                            str(log))
-    try:
-        yield log
-    finally:
-        env.stop_process(process)
-
-
-def compare(commands, rounds=ROUNDS, runs=RUNS):
-    """What each of the commands costs, and its ratio to the first."""
-    base = next(iter(commands))
-    rows = measure.paired_times(commands, rounds, runs)
-    columns = {
-        "time": measure.paired_ratios(rows, base),
-        "noise": {name: measure.noise(rows, base, name)
-                  for name in commands},
-        "ms": {name: 1000 * min(row[name] for row in rows)
-               for name in commands},
-        "instructions": {name: measure.instructions(command)
-                         for name, command in commands.items()},
-        "kB": {name: measure.memory(command)
-               for name, command in commands.items()},
-    }
-    return {name: {column: values[name] for column, values in columns.items()}
-            for name in commands}
-
-
-def logged(command, log):
-    """The calls that a command makes."""
-    start = log.stat().st_size
-    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
-    return [json.loads(line) for line in log.read_text()[start:].splitlines()]
-
-
-def whole_listing(folder):
-    """The listing of the default scenario against the same calls in C."""
-    with simulated(DEFAULT, folder) as log:
-        calls = logged([ZANTRIC], log)
-        return compare({"floor": [str(FLOOR), *cases.floor_words(calls)],
-                        **{name: [tool] for name, tool in TOOLS.items()}})
-
-
-def attestation(folder):
-    """An attestation in the default scenario against the same calls and the
-    crypto that they need in C, and what loading the module takes of it."""
-    words = ["-o", "attest", "-a", hex(cases.ADDRESS)]
-    with simulated(DEFAULT, folder) as log:
-        calls = logged([ZANTRIC, *words], log)
-        floor = [str(ATTEST_FLOOR), *cases.attest_floor_words(calls)]
-        if cases.shapes(logged(floor, log)) != cases.shapes(calls):
-            raise measure.Failure("the floor makes other calls than the tool")
-        return (compare({"floor": floor, **{name: [tool, *words] for name, tool
-                                            in TOOLS.items()}}),
-                measure.loading([str(ZANTRIC), *words], str(LOAD), ROUNDS,
-                                RUNS))
-
-
-def one_call(size, folder, rounds):
-    """One storage call by every competitor."""
-    with simulated(cases.volumes(size), folder):
-        return compare(cases.competitors(TOOLS, str(FLOOR)), rounds)
-
-
-def growth(points, scenario_of, command, folder):
-    """Cost of a command as its input grows."""
-    result = {}
-    for point in points:
-        with simulated(scenario_of(point), folder):
-            seconds = measure.times({"it": command}, 5, 1, "min")["it"]
-            result[point] = {"ms": 1000 * seconds,
-                             "instructions": measure.instructions(command)}
-    return result
-
-
-def all_growth(folder):
-    """Every input that may grow, and how."""
-    tool = str(ZANTRIC)
-    listing = [tool, "-o", "list", "-t"]
-    attest = [tool, "-o", "attest", "-a", hex(cases.ADDRESS)]
-    counts = (10, 100, 1000, 10000)
-    yield "drives listed", growth(
-        counts, cases.drives, [*listing, "Drives", "-s", "rsa"], folder)
-    yield "devices listed", growth(counts, cases.devices, [tool], folder)
-    yield "bytes of a document shown", growth(
-        (1000, 10000, 100000, 1000000, 10000000), cases.volumes,
-        [tool, "-o", "show", "-t", "Volumes", "-s", "rsa", "-a", "1"], folder)
-    yield "certificate slots attested", growth(
-        (1, 2, 4, 8), lambda slots: cases.attestation(slots, 4), attest,
-        folder)
-    yield "measurement blocks attested", growth(
-        (1, 10, 100), lambda blocks: cases.attestation(1, blocks), attest,
-        folder)
-
-
-def limits(folder):
-    """What the largest listing takes, and how runs end in little memory."""
-    listing = [str(ZANTRIC), "-o", "list", "-t", "Drives", "-s", "rsa"]
-    show = [str(ZANTRIC), "-o", "show", "-t", "Volumes", "-s", "rsa", "-a", "1"]
-    with simulated(cases.drives(10000), folder):
-        found = {"kB": measure.memory(listing),
-                 "drives": measure.limited_status(listing, LIMIT)}
-    with simulated(cases.volumes(1000000), folder):
-        return {**found, "show": measure.limited_status(show, LIMIT)}
-
-
-def start_up(folder):
-    """Instructions of a listing with attestation built in and without."""
-    words = ["-o", "list", "-t", "Volumes", "-s", "rsa"]
-    with simulated(cases.volumes(3000), folder):
-        return {name: measure.instructions([str(program), *words])
-                for name, program in (("with", ZANTRIC),
-                                      ("without", PLAIN_ZANTRIC))}
-
-
-def run(folder):
-    """Every measurement."""
-    results = {"machine": report.machine()}
-    say("one call, 3 kB")
-    results["call 3 kB"] = one_call(3000, folder, ROUNDS)
-    say("one call, 1 MB")
-    results["call 1 MB"] = one_call(1000000, folder, 4)
-    say("whole listing")
-    results["listing"] = whole_listing(folder)
-    say("attestation")
-    results["attestation"], results["load"] = attestation(folder)
-    results["growth"] = {}
-    for name, costs in all_growth(folder):
-        say(name)
-        results["growth"][name] = costs
-    results["limits"] = limits(folder)
-    results["start"] = start_up(folder)
-    results["size"] = dict(zip(
-        ("file", "loaded"), measure.stripped_size(PLAIN_ZANTRIC, folder)))
-    return results
 
 
 def commit():
@@ -212,48 +20,55 @@ def commit():
         stdout=subprocess.PIPE, text=True).stdout.strip()
 
 
-def measured(results_folder):
+def measured(what, results_folder):
     """Prepares and measures, in a world of its own."""
-    prepare()
+    what.prepare()
     results_folder.mkdir(parents=True, exist_ok=True)
     env.enter([ROOT, results_folder])
     daemons = [env.start_bus(), env.start_journal()]
     try:
         with tempfile.TemporaryDirectory() as folder:
-            return run(folder)
+            return what.run(folder)
     finally:
         for daemon in daemons:
             env.stop_process(daemon)
 
 
-def keep(results, folder, measured_commit):
+def keep(what, results, folder, measured_commit):
     """Writes the results; gives every run so far."""
-    (folder / "results.json").write_text(json.dumps(results, indent=2) + "\n")
-    (folder / "results.md").write_text(report.markdown(results))
-    history.append(folder / "history.jsonl",
-                   history.entry(results, measured_commit))
+    (folder / f"{what.NAME}.json").write_text(
+        json.dumps(results, indent=2) + "\n")
+    (folder / f"{what.NAME}.md").write_text(what.markdown(results))
+    history.append(folder / "history.jsonl", history.entry(
+        results["machine"], what.figures(results), measured_commit))
     return history.read(folder / "history.jsonl")
 
 
-def main(words):
-    """Prepares, measures, reports."""
-    only_compare = words[:1] == ["--compare"]
-    words = words[1:] if only_compare else words
-    folder = pathlib.Path(words[0] if words else HERE / "results").resolve()
-    if only_compare:
-        print(history.comparison(history.read(folder / "history.jsonl")),
-              end="")
-        return 0
+def measure_all(what, folder):
+    """Prepares, measures, reports; the status."""
     if os.geteuid() != 0:
         raise measure.Failure("the simulator needs root")
     before = commit()
-    results = measured(folder)
-    runs = keep(results, folder, before)
-    print(report.markdown(results), history.comparison(runs), sep="\n", end="")
+    results = measured(what, folder)
+    runs = keep(what, results, folder, before)
+    print(what.markdown(results), history.comparison(runs), sep="\n", end="")
     old = history.before(runs)
     worse = history.regressions(old, runs[-1]) if old else []
-    missed = [goal for goal in report.goals(results) if not goal.met]
+    missed = [goal for goal in what.goals(results) if not goal.met]
     return 1 if worse or missed else 0
+
+
+def main(words):
+    """Does what the words ask for."""
+    option = words.pop(0) if words[:1] and words[0].startswith("--") else ""
+    folder = pathlib.Path(words[0] if words else HERE / "results").resolve()
+    if option == "--compare":
+        print(history.comparison(history.read(folder / "history.jsonl")),
+              end="")
+        return 0
+    if option not in ("", "--arm"):
+        raise measure.Failure(f"there is no {option}; see bench/run")
+    return measure_all(arm if option else native, folder)
 
 
 if __name__ == "__main__":

@@ -42,14 +42,13 @@ def figures(results):
     return found
 
 
-def entry(results, commit):
-    """A run as the history has it."""
-    machine = results["machine"]
+def entry(machine, found, commit):
+    """A run as the history has it: where, its figures, and of what."""
     return {"commit": commit,
             "machine": f"{machine['processors']} x {machine['processor']}, "
                        f"Linux {machine['system']}",
             "load": round(machine["load"], 1),
-            "figures": figures(results)}
+            "figures": found}
 
 
 def read(path):

@@ -52,6 +52,15 @@ def read_loading(report):
     return int(found[1]) / 1e9
 
 
+def read_counted(report):
+    """Instructions and touched memory in kB in what bench/count.c writes."""
+    found = re.search(r"^(\d+) instructions, (\d+) pages$", report,
+                      re.MULTILINE)
+    if not found:
+        raise Failure(f"QEMU counted nothing: {report}")
+    return {"instructions": int(found[1]), "kB": 4 * int(found[2])}
+
+
 def paired_ratios(rounds, base):
     """Median ratio of each command to the base, taken within each round."""
     return {name: statistics.median(row[name] / row[base] for row in rounds)
@@ -81,6 +90,11 @@ def instructions(command):
         ["valgrind", "--tool=callgrind", "--trace-children=yes",
          "--callgrind-out-file=/dev/null",
          *command]))
+
+
+def counted(command):
+    """What a run under QEMU costs that has bench/count.c for a plugin."""
+    return read_counted(_run(command))
 
 
 def memory(command, runs=5):

@@ -87,8 +87,11 @@ def machine():
 
 
 def _rows(head, rows):
+    bar = r"\|"  # within a cell
     lines = [head, ["---"] + ["--:"] * (len(head) - 1), *rows]
-    return "".join(f"| {' | '.join(line)} |\n" for line in lines) + "\n"
+    return "".join(
+        f"| {' | '.join(cell.replace('|', bar) for cell in line)} |\n"
+        for line in lines) + "\n"
 
 
 def _comparison(table):
@@ -100,6 +103,18 @@ def _comparison(table):
           f"{ratio(table, 'kB', name):.2f}", f"{cost['ms']:.2f}",
           f"{cost['instructions'] / 1e6:.2f}", f"{cost['kB']:.0f}"]
          for name, cost in table.items()])
+
+
+def counted(tables):
+    """What was counted for ARM, for people."""
+    return ("32-bit ARM, counted by qemu-arm: instructions, and the memory "
+            "that was touched at any time.\n\n" + _rows(
+                ["", "", "M instructions", "/ floor", "kB", "/ floor"],
+                [[table, name, f"{cost['instructions'] / 1e6:.2f}",
+                  f"{ratio(costs, 'instructions', name):.2f}",
+                  f"{cost['kB']}", f"{ratio(costs, 'kB', name):.2f}"]
+                 for table, costs in tables.items()
+                 for name, cost in costs.items()]).rstrip("\n") + "\n")
 
 
 def _growth(costs):

@@ -7,7 +7,7 @@ import subprocess
 
 import pytest
 
-from bench import cases, history, measure, report
+from bench import arm, cases, history, measure, report
 
 
 def test_callgrinds_total_is_read():
@@ -99,6 +99,28 @@ def test_the_time_of_loading_is_read():
         measure.read_loading("no such device\n")
 
 
+def test_what_qemu_counted_is_read():
+    text = "a word\n1258319 instructions, 222 pages\n"
+    assert measure.read_counted(text) == {"instructions": 1258319, "kB": 888}
+    with pytest.raises(measure.Failure):
+        measure.read_counted("qemu-arm: no such plugin\n")
+
+
+def test_what_was_counted_for_arm_is_told_and_kept():
+    tables = {name: {"floor": {"instructions": 2000000, "kB": 100},
+                     "zantric": {"instructions": 3000000, "kB": 120}}
+              for name in report.TABLES}
+    assert "| listing | zantric | 3.00 | 1.50 | 120 | 1.20 |" in (
+        arm.markdown(tables))
+    assert arm.figures(tables)["attestation: instructions"][0] == 3000000
+    worse = {**tables, "listing": {"zantric": {"instructions": 3100000,
+                                               "kB": 120}}}
+    old, new = (history.entry(report.machine(), arm.figures(counted), "a1")
+                for counted in (tables, worse))
+    assert [row[0] for row in history.regressions(old, new)] == [
+        "listing: instructions"]
+
+
 def results(size=200000, with_attestation=1000, limits=None, load=0.6):
     """Results that meet every goal unless they are asked not to."""
     cost = {"time": 1.0, "ms": 1.0, "instructions": 1000, "kB": 3000,
@@ -122,6 +144,11 @@ def results(size=200000, with_attestation=1000, limits=None, load=0.6):
 def test_goals_that_are_met():
     assert all(goal.met for goal in report.goals(results()))
     assert "missed" not in report.markdown(results())
+
+
+def test_a_pipe_in_a_name_ends_no_cell():
+    text = report.markdown(results())
+    assert "\n| busctl --json=short call \\| jq | 3.00 |" in text
 
 
 @pytest.mark.parametrize("change", [
@@ -162,7 +189,8 @@ def test_jq_prints_the_columns_of_a_listing(tmp_path):
 
 def runs(*changes):
     """A history in which some of a run's figures are others."""
-    first = history.entry(results(), "a1")
+    first = history.entry(results()["machine"], history.figures(results()),
+                          "a1")
     found = [first]
     for commit, change in enumerate(changes):
         run = copy.deepcopy(first)

@@ -231,12 +231,22 @@ build_for_arm() {
         fail "the build for ARM failed; see $cache/$1.log"
 }
 
+# Compile a C program in the root. $1: its source; $2: the program; then options.
+compile_for_arm() {
+    cp "$1" "$cache/cross/tmp/program.c"
+    in_cross /tmp arm-linux-gnueabihf-gcc -O2 -o "$2" program.c "${@:3}"
+}
+
+release_for_arm() {
+    copy_sources
+    build_for_arm build-arm --buildtype=release -Dsim=disabled -Dtests=disabled
+}
+
 # The sizes of a release, and the unit tests under qemu-user.
 on_arm() {
     local file
-    copy_sources
     printf '== release build\n'
-    build_for_arm build-arm --buildtype=release -Dsim=disabled -Dtests=disabled
+    release_for_arm
     for file in zantric zantric-attest.so; do
         in_cross /src/build-arm/tool arm-linux-gnueabihf-strip -o "/tmp/$file" \
             "$file"

@@ -56,8 +56,9 @@ def main():
         "start of a process: `true`": ["/bin/true"],
         "start: `zantric -h`": ["zantric", "-h"],
         **{"one call: " + name.replace("zantric", "`zantric`"): words
-           for name, words in cases.competitors("zantric",
-                                                "/run/floor").items()},
+           for name, words in cases.competitors({"zantric": "zantric"},
+                                                "/run/floor").items()
+           if "jq" not in name},  # the board has none
         "whole listing: floor": ["/run/floor", *logged("zantric")],
         "whole listing: `zantric`": ["zantric"],
         "`attest`": ["zantric", *DEVICE],

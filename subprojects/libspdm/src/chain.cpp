@@ -5,6 +5,7 @@
 #include <openssl/x509_vfy.h>
 
 #include <climits>
+#include <utility>
 
 namespace spdm
 {
@@ -94,62 +95,50 @@ Bytes certificateAt(Bytes row, int32_t index)
     return last;
 }
 
-bool isRoot(Bytes der)
+bool isRoot(const X509& certificate)
 {
-    CertificatePtr certificate = parse(der);
-    if (!certificate)
-    {
-        return false;
-    }
-    const X509_NAME* issuer = X509_get_issuer_name(certificate.get());
-    const X509_NAME* subject = X509_get_subject_name(certificate.get());
+    const X509_NAME* issuer = X509_get_issuer_name(&certificate);
+    const X509_NAME* subject = X509_get_subject_name(&certificate);
     return i2d_X509_NAME(issuer, nullptr) <= maxName &&
            i2d_X509_NAME(subject, nullptr) <= maxName &&
            X509_NAME_cmp(issuer, subject) == 0;
 }
 
-bool isSignedBy(Bytes certificate, Bytes issuer)
+bool isSignedBy(X509& certificate, X509& issuer)
 {
-    CertificatePtr checked = parse(certificate);
-    CertificatePtr trusted = parse(issuer);
     StorePtr store(X509_STORE_new());
     StoreContextPtr context(X509_STORE_CTX_new());
-    if (!checked || !trusted || !store || !context ||
-        X509_STORE_add_cert(store.get(), trusted.get()) != 1)
+    if (!store || !context || X509_STORE_add_cert(store.get(), &issuer) != 1)
     {
         return false;
     }
     // The issuer need not be a root.
     X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN);
-    return X509_STORE_CTX_init(context.get(), store.get(), checked.get(),
+    return X509_STORE_CTX_init(context.get(), store.get(), &certificate,
                                nullptr) == 1 &&
            X509_verify_cert(context.get()) == 1;
 }
 
-bool areSignedInARow(Bytes issuer, Bytes row)
+bool hasSameContent(Bytes certificate, Bytes row)
 {
     Bytes first = firstSequence(row);
-    Bytes anchor = firstSequence(issuer);
-    if (first.empty() || anchor.empty())
-    {
-        return false;
-    }
-    // Nothing but a self-signed certificate may follow itself.
-    if (equal(contentOf(first), contentOf(anchor)) && !isRoot(issuer))
-    {
-        return false;
-    }
+    return !first.empty() && equal(contentOf(first), contentOf(certificate));
+}
+
+CertificatePtr lastSignedInARow(CertificatePtr issuer, Bytes row)
+{
     while (!row.empty())
     {
         Bytes current = firstSequence(row);
-        if (current.empty() || !isSignedBy(current, issuer))
+        CertificatePtr certificate = parse(current);
+        if (!certificate || !isSignedBy(*certificate, *issuer))
         {
-            return false;
+            return {};
         }
-        issuer = current;
+        issuer = std::move(certificate);
         row = row.subspan(current.size());
     }
-    return true;
+    return issuer;
 }
 
 } // namespace spdm

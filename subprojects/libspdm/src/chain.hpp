@@ -28,15 +28,18 @@ Bytes certificateAt(Bytes row, int32_t index);
 
 /** Whether subject and issuer are the same. Names of more than 100 bytes are
  * never a root's. */
-bool isRoot(Bytes der);
+bool isRoot(const X509& certificate);
 
 /** Whether issuer signed the certificate and may do so, by the X.509 rules for
  * authorities, and both are valid today. */
-bool isSignedBy(Bytes certificate, Bytes issuer);
+bool isSignedBy(X509& certificate, X509& issuer);
 
-/** Whether each certificate of the row is signed by the one before it, the
- * first by issuer. */
-bool areSignedInARow(Bytes issuer, Bytes row);
+/** Whether the row begins with a certificate of the same content. */
+bool hasSameContent(Bytes certificate, Bytes row);
+
+/** The last certificate of a row in which each is signed by the one before it,
+ * the first by issuer; issuer if the row is empty, null if one is not. */
+CertificatePtr lastSignedInARow(CertificatePtr issuer, Bytes row);
 
 /** Which certificate model the leaf belongs to. */
 enum class Model
@@ -48,6 +51,6 @@ enum class Model
 /** Whether a leaf meets DSP0274's requirements: X.509 version 3, a key of the
  * negotiated algorithm, validity fields, digital signature as key usage,
  * no authority, and SPDM's own key usages and object identifiers. */
-bool isLeafValid(Bytes der, uint32_t baseAsym, Model model);
+bool isLeafValid(X509& leaf, uint32_t baseAsym, Model model);
 
 } // namespace spdm

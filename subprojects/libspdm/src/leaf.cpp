@@ -189,13 +189,11 @@ bool maySign(X509& certificate)
 
 } // namespace
 
-bool isLeafValid(Bytes der, uint32_t baseAsym, Model model)
+bool isLeafValid(X509& leaf, uint32_t baseAsym, Model model)
 {
-    CertificatePtr leaf = parse(der);
-    return leaf && X509_get_version(leaf.get()) == version3 &&
-           keyOf(*leaf, baseAsym) && isValidityValid(*leaf) && maySign(*leaf) &&
-           areKeyUsagesValid(*leaf) && areSpdmObjectsValid(*leaf, model) &&
-           isNoAuthority(*leaf);
+    return X509_get_version(&leaf) == version3 && keyOf(leaf, baseAsym) &&
+           isValidityValid(leaf) && maySign(leaf) && areKeyUsagesValid(leaf) &&
+           areSpdmObjectsValid(leaf, model) && isNoAuthority(leaf);
 }
 
 } // namespace spdm

@@ -2,6 +2,8 @@
 #include "chain.hpp"
 #include "context.hpp"
 
+#include <utility>
+
 namespace
 {
 
@@ -41,8 +43,38 @@ Bytes findRoot(const spdm::Context& context, Bytes rootHash)
 /** Whether the chain begins with the root or right below it. */
 bool startsAt(Bytes first, Bytes root)
 {
-    return spdm::isRoot(first) ? spdm::equal(first, root)
-                               : spdm::isSignedBy(first, root);
+    spdm::CertificatePtr certificate = spdm::parse(first);
+    if (!certificate)
+    {
+        return false;
+    }
+    if (spdm::isRoot(*certificate))
+    {
+        return spdm::equal(first, root);
+    }
+    spdm::CertificatePtr issuer = spdm::parse(root);
+    return issuer && spdm::isSignedBy(*certificate, *issuer);
+}
+
+/** The leaf of a chain that holds together; null if it does not.
+ *
+ * A chain without its root is held together by its first certificate; the root
+ * is then a matter of authority. */
+spdm::CertificatePtr leafOf(const spdm::Chain& chain, uint32_t baseHash)
+{
+    Bytes first = spdm::certificateAt(chain.certificates, 0);
+    spdm::CertificatePtr certificate = spdm::parse(first);
+    if (!certificate)
+    {
+        return {};
+    }
+    Bytes rest = chain.certificates.subspan(first.size());
+    // Nothing but a self-signed certificate may follow itself.
+    bool holds = spdm::isRoot(*certificate)
+                   ? hasHash(baseHash, first, chain.rootHash)
+                   : !spdm::hasSameContent(first, rest);
+    return holds ? spdm::lastSignedInARow(std::move(certificate), rest)
+                 : spdm::CertificatePtr{};
 }
 
 } // namespace
@@ -58,24 +90,12 @@ bool libspdm_verify_peer_cert_chain_buffer_integrity(
     {
         return false;
     }
-    Bytes first = spdm::certificateAt(chain.certificates, 0);
-    // A chain without its root is held together by its first certificate; the
-    // root is then a matter of authority.
-    if (first.empty() || (spdm::isRoot(first) &&
-                          !hasHash(selected.baseHash, first, chain.rootHash)))
-    {
-        return false;
-    }
-    Bytes rest = chain.certificates.subspan(first.size());
-    if (!rest.empty() && !spdm::areSignedInARow(first, rest))
-    {
-        return false;
-    }
+    spdm::CertificatePtr leaf = leafOf(chain, selected.baseHash);
     bool isAlias = spdm::peerHas(
         *spdm_context, SPDM_GET_CAPABILITIES_RESPONSE_FLAGS_ALIAS_CERT_CAP);
-    return spdm::isLeafValid(
-        spdm::certificateAt(chain.certificates, -1), selected.baseAsym,
-        isAlias ? spdm::Model::alias : spdm::Model::device);
+    return leaf && spdm::isLeafValid(*leaf, selected.baseAsym,
+                                     isAlias ? spdm::Model::alias
+                                             : spdm::Model::device);
 }
 
 bool libspdm_verify_peer_cert_chain_buffer_authority(
