@@ -15,8 +15,8 @@ using test::deviceOf;
 using test::Message;
 using test::Session;
 
-constexpr size_t versionStep = 0;
-constexpr size_t algorithmsStep = 2;
+constexpr size_t versionAnswer = 0;
+constexpr size_t algorithmsAnswer = 2;
 
 /** Puts something in the place of an answer, or behind a part of it. */
 test::Fault instead(size_t wanted, const Message& other, size_t kept = 0)
@@ -38,7 +38,7 @@ TEST(Version, withoutACommonOneNothingElseIsAsked)
     {
         Session session(
             deviceOf(test::Settings{}),
-            instead(versionStep, {5, 0x10, 4, 0, 0, 0, 1, 0, offered}));
+            instead(versionAnswer, {5, 0x10, 4, 0, 0, 0, 1, 0, offered}));
         EXPECT_EQ(session.connect(), LIBSPDM_STATUS_NEGOTIATION_FAIL)
             << int{offered};
         EXPECT_EQ(session.sent.size(), 1U);
@@ -52,7 +52,7 @@ TEST(Version, hasRoomForTheNumberOfItsEntries)
         Message answer{5, 0x10, 4, 0, 0, 0};
         answer.resize(length);
         Session session(deviceOf(test::Settings{}),
-                        instead(versionStep, answer), {.tellsLength = true});
+                        instead(versionAnswer, answer), {.tellsLength = true});
         EXPECT_EQ(session.connect(), LIBSPDM_STATUS_INVALID_MSG_SIZE) << length;
     }
 }
@@ -72,7 +72,7 @@ libspdm_return_t withTables(const Message& tables)
     Session session(deviceOf(test::Settings{}),
                     [&](size_t step, Message& answer)
                     {
-                        if (step == algorithmsStep)
+                        if (step == algorithmsAnswer)
                         {
                             useTables(answer, tables);
                         }
@@ -116,7 +116,7 @@ TEST(Algorithms, ofSessionsAreKeptOnlyWithTheRest)
         Session session(deviceOf(test::Settings{}),
                         [&](size_t step, Message& answer)
                         {
-                            if (step == algorithmsStep)
+                            if (step == algorithmsAnswer)
                             {
                                 useTables(answer,
                                           {2, 0x20, 0x10, 0, 3, 0x20, 2, 0, 4,
@@ -148,7 +148,7 @@ TEST(Algorithms, aVersionWithoutALogSelectsNone)
         Session session(deviceOf(test::Settings{.version = version}),
                         [](size_t step, Message& answer)
                         {
-                            if (step == algorithmsStep)
+                            if (step == algorithmsAnswer)
                             {
                                 answer.at(1 + 31) = 1;
                             }
