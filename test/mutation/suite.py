@@ -26,7 +26,7 @@ _NEAR = (
     ("io/common/src/Mctp", "io", "fuzz routing_table", "e2e i2c_mctp",
      "e2e endpoints", "e2e pcie_listing", "e2e attest_lookup"),
     ("io/", "io", "tool", "e2e objects", "e2e mapper", "e2e firmware"),
-    ("tool/attest/", "e2e attest_program", "e2e attest", "e2e attest_*"),
+    ("tool/attest/", "spdm", "e2e attest_program", "e2e attest", "e2e attest_*"),
     ("tool/event/", "tool", "fuzz event*", "e2e events", "e2e hidden_log"),
     ("tool/firmware/", "tool", "fuzz firmware*", "e2e firmware"),
     ("tool/inventory/", "tool", "fuzz backplane*", "e2e backplanes",
