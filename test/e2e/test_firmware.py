@@ -314,9 +314,12 @@ def test_an_error_counts_whatever_the_size_of_other_numbers(bmc):
      "column 1: syntax error while parsing value - unexpected end of input; "
      "expected '[', '{', or a literal"),
     (tick("[" * 100000), "JSON document is nested deeper than 512 levels"),
+    (tick('[1e999,"a"1e99999]'), "[json.exception.parse_error.101] parse error "
+     "at line 1, column 15: syntax error while parsing array - unexpected "
+     "number literal; expected ']'"),
     (tick(1, signature="u"), "sd_bus_message_read_basic string: "
      "System.Error.ENXIO: No such device or address"),
-], ids=["empty", "deep", "number"])
+], ids=["empty", "deep", "huge", "number"])
 def test_a_signal_that_cannot_be_read(bmc, bad, message):
     """It is told and ignored."""
     bmc.start(accepted(bad, LAST, before=[bad]))

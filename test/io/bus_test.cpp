@@ -6,10 +6,27 @@
 
 #include <sdbusplus/exception.hpp>
 
+#include <cerrno>
 #include <cstring>
 
 namespace
 {
+
+TEST(BusCheck, aFailureIsThrownWithItsStep)
+{
+    EXPECT_NO_THROW(io::bus::check(0, "sd_bus_default"));
+    try
+    {
+        io::bus::check(-ENOENT, "sd_bus_default");
+        ADD_FAILURE() << "nothing thrown";
+    }
+    catch (const sdbusplus::exception::SdBusError& failure)
+    {
+        EXPECT_STREQ(failure.what(),
+                     "sd_bus_default: org.freedesktop.DBus.Error.FileNotFound: "
+                     "No such file or directory");
+    }
+}
 
 TEST(BusService, aWordIsItsNameAndItsRootObject)
 {

@@ -16,6 +16,7 @@
 #include <sstream>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -300,6 +301,23 @@ TEST_F(Files, areReadWholeUpToABound)
     fs::remove(path);
     fs::create_directory(path);
     EXPECT_THROW(read(), std::runtime_error);
+}
+
+TEST(Descriptor, isClosedAtItsEndWhoeverHasIt)
+{
+    const int number = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(number, 0);
+    {
+        io::Descriptor last;
+        {
+            io::Descriptor first(number);
+            last = std::move(first);
+        }
+        EXPECT_EQ(last.number(), number);
+        EXPECT_NE(fcntl(number, F_GETFD), -1);
+    }
+    EXPECT_EQ(fcntl(number, F_GETFD), -1);
+    EXPECT_EQ(errno, EBADF);
 }
 
 TEST(Executable, isThisTest)

@@ -179,8 +179,9 @@ class Campaign:
 
     def others(self, known=()):
         """Asks all other tests about what has passed the first, but for what
-        is known to do no harm."""
+        is known to do no harm and what these sources no longer have."""
         self._all([number for number, record in
                    sorted(self.records.last.items())
-                   if record["result"] == PASSED and number not in known],
+                   if record["result"] == PASSED and number in self.faults and
+                   number not in known],
                   False)

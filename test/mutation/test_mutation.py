@@ -165,6 +165,7 @@ def test_a_campaign_asks_first_the_near_tests_and_goes_on_later(tmp_path):
     assert judge.asked == [(0, True), (1, True), (2, True), (3, True),
                            (4, True)]
     records = campaign.Records(file)
+    campaign.Campaign([judge], {}, records).others()
     campaign.Campaign([judge], FAULTS, records).others()
     assert judge.asked[5:] == [(1, False), (4, False)]
     assert campaign.Records(file).last == records.last

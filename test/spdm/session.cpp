@@ -18,6 +18,7 @@ std::array<uint8_t, 4736> buffer;
 libspdm_return_t acquire(void* /*context*/, void** area)
 {
     ++current->acquired;
+    current->mostAcquired = std::max(current->mostAcquired, current->acquired);
     *area = buffer.data();
     return LIBSPDM_STATUS_SUCCESS;
 }

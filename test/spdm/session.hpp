@@ -130,6 +130,8 @@ class Session
     std::vector<uint64_t> timeouts;
     /** Buffers that were acquired and not released. */
     int acquired{0};
+    /** As many as there were at a time. */
+    int mostAcquired{0};
 
   private:
     static libspdm_return_t send(void* context, size_t size,

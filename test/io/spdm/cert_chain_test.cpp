@@ -238,6 +238,18 @@ TEST_F(Certificates, aFileThatCannotBeMeasured)
               "Unable to get the file size /tmp/roots/ecp384/ca.cert.der\n");
 }
 
+TEST_F(Certificates, aFileThatIsLargerThanAllMemory)
+{
+    put("/tmp/roots/ecp384/ca.cert.der", "");
+    // More than a process has addresses; on the storage it takes no place.
+    fs::resize_file("/tmp/roots/ecp384/ca.cert.der", uintmax_t{1} << 60);
+    cert::setDirectory("/tmp/roots");
+    const auto read = cert::readRootCertChain(2, 0x80);
+    ASSERT_FALSE(read);
+    EXPECT_EQ(read.error(), "No sufficient memory to allocate "
+                            "/tmp/roots/ecp384/ca.cert.der\n");
+}
+
 TEST_F(Certificates, aFileThatEndsEarly)
 {
     // It says that it has a page, and has less.

@@ -294,6 +294,7 @@ TEST(Socket, hasNoPlaceWithoutItsLockFile)
               Lines{"<3> [ERR] Failed to bind UDS socket for SPDM"});
     ASSERT_EQ(rmdir(ownLock), 0);
     EXPECT_EQ(socket.init(), 0);
+    EXPECT_EQ(socket.sendToSelf(std::array<uint8_t, 1>{1}), 1);
 }
 
 /** How many descriptors are open. */

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "subprojects/libspdm/src/context.hpp"
 #include "test/spdm/session.hpp"
 
 #include <gtest/gtest.h>
@@ -182,6 +183,40 @@ TEST(Requests, carryWhatIsGivenAndTellWhatIsNot)
     }
 }
 
+TEST(Requests, thatThePeerHasNoCapabilityForAreNotSent)
+{
+    Session session(deviceOf(test::Settings{}));
+    expectSuccess(session.attest(), 3);
+    const size_t sent = session.sent.size();
+    auto& flags = static_cast<spdm::Context*>(session.context())
+                      ->connection.capability.flags;
+    flags = 0;
+    EXPECT_EQ(session.digests(), LIBSPDM_STATUS_UNSUPPORTED_CAP);
+    EXPECT_EQ(session.readChain(), LIBSPDM_STATUS_UNSUPPORTED_CAP);
+    EXPECT_EQ(session.challenge(), LIBSPDM_STATUS_UNSUPPORTED_CAP);
+    EXPECT_EQ(session.measure(1, true), LIBSPDM_STATUS_UNSUPPORTED_CAP);
+    EXPECT_EQ(session.sent.size(), sent);
+}
+
+TEST(Challenge, handsOverTheSummaryAndTheSlots)
+{
+    Session session(deviceOf(test::Settings{}));
+    EXPECT_EQ(session.connect(), 0U);
+    EXPECT_EQ(session.readChain(), 0U);
+    test::Message summary(48);
+    uint8_t slots = 0;
+    EXPECT_EQ(libspdm_challenge_ex2(
+                  session.context(), nullptr, 0, nullptr,
+                  SPDM_CHALLENGE_REQUEST_ALL_MEASUREMENTS_HASH, summary.data(),
+                  &slots, nullptr, nullptr, nullptr, nullptr, nullptr),
+              0U);
+    // Behind the header, the chain's hash and the nonce.
+    const test::Message answer = session.answer();
+    const auto told = answer.begin() + 4 + 48 + 32;
+    EXPECT_EQ(summary, test::Message(told, told + 48));
+    EXPECT_EQ(slots, 1);
+}
+
 TEST(Requests, carryZerosWhereNoContextIsGiven)
 {
     Session session(deviceOf(test::Settings{.version = 0x13, .blocks = 1}));
@@ -292,6 +327,14 @@ TEST(Chunks, requestsInPartsMayBeRefused)
                     });
     EXPECT_EQ(session.attest().connect, LIBSPDM_STATUS_INVALID_MSG_FIELD);
     EXPECT_EQ(session.sent.size(), 3U);
+}
+
+TEST(Buffers, areHeldOneAtATime)
+{
+    Session session(deviceOf(test::Settings{}));
+    expectSuccess(session.attest(), 3);
+    EXPECT_EQ(session.acquired, 0);
+    EXPECT_EQ(session.mostAcquired, 1);
 }
 
 TEST(Buffers, areAskedForTheirRoom)

@@ -42,10 +42,38 @@ TEST(Parts, areAsMuchAsWasAnnounced)
               LIBSPDM_STATUS_INVALID_MSG_FIELD);
 }
 
+TEST(Parts, areAskedForOneAfterTheOther)
+{
+    Session session(deviceOf(test::Settings{.chunk = 200, .valueSize = 2000}));
+    EXPECT_EQ(session.connect(), 0U);
+    EXPECT_EQ(session.measure(1, false), 0U);
+    ASSERT_GT(session.sent.size(), 10U);
+    const uint8_t handle = session.sent.at(4).at(4);
+    uint8_t next = 0;
+    for (size_t i = 4; i < session.sent.size(); ++i)
+    {
+        EXPECT_EQ(session.sent[i],
+                  (Message{5, 0x12, SPDM_CHUNK_GET, 0, handle, next, 0}));
+        ++next;
+    }
+}
+
 TEST(Parts, areNotWaitedForUnasked)
 {
     EXPECT_EQ(measuredWith([](Message&) { return Delivery::sendFails; }),
               LIBSPDM_STATUS_SEND_FAIL);
+}
+
+TEST(Parts, ofARequestAreAcknowledgedInTheVersionThatIsSpoken)
+{
+    Session session(deviceOf(test::Settings{.chunk = 42}),
+                    [](size_t step, Message& answer)
+                    {
+                        answer.at(1) = step == 2 ? 0x11 : answer.at(1);
+                        return Delivery::normal;
+                    });
+    EXPECT_EQ(session.connect(), LIBSPDM_STATUS_INVALID_MSG_FIELD);
+    EXPECT_EQ(session.sent.size(), 3U);
 }
 
 TEST(Parts, ofARequestAreNotRefusedInParts)

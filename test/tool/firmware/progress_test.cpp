@@ -130,6 +130,14 @@ TEST(Progress, endsWithAnErrorOrWhenAllIsDone)
     EXPECT_EQ(exitStatusOf({1, 100, 2, 2, 0, 0}), 255);
 }
 
+TEST(Progress, goesOnUntilItIsToldOtherwise)
+{
+    const ProgressRecord record{.total = 2};
+    EXPECT_EQ(exitStatusOf(record), std::nullopt);
+    EXPECT_EQ(shown(record), "Preparing...\n");
+    EXPECT_EQ(exitStatusOf({.completed = 2, .total = 2}), 0);
+}
+
 TEST(Progress, linesAreAsTheyStand)
 {
     EXPECT_EQ(shown({0, 0, 0, 2, 0, 40}), "Preparing...\n");
