@@ -53,8 +53,8 @@ def complaints(command, directory, cases):
     lines = [f'#line {number} "case"\n    lg2::error("m", {case});'
              for number, case in enumerate(cases, 1)]
     return subprocess.run(
-        [*command, "-fdiagnostics-color=never", "-fmax-errors=0",
-         "-fsyntax-only", "-x", "c++", "-"],
+        [*command, "-fdiagnostics-color=never", "-fsyntax-only", "-x", "c++",
+         "-"],
         cwd=directory, input=PROGRAM.format("\n".join(lines)),
         stderr=subprocess.PIPE, text=True, check=False).stderr
 

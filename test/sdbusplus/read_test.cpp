@@ -75,6 +75,13 @@ const std::string map =
     wrongType("sd_bus_message_enter_container emplace_container");
 const std::string variant = wrongType("sd_bus_message_skip variant");
 
+/** Whether this is said of what is no list of such numbers: a library of 2026
+ *  reads all of a list at once. */
+bool isOfNumbers(const std::string& said)
+{
+    return said == sequence || said == wrongType("sd_bus_message_read_array");
+}
+
 TEST(Read, takesOneValueAfterTheOther)
 {
     auto m = messageWith("siub", "text", -1, 0xffffffffU, 1);
@@ -129,9 +136,9 @@ TEST(Read, refusesAnotherBasicType)
 
 TEST(Read, refusesAnotherContainer)
 {
-    EXPECT_EQ(refusal<Bytes>(messageWith("s", "a")), sequence);
-    EXPECT_EQ(refusal<Bytes>(messageWith("ai", 1, 2)), sequence);
-    EXPECT_EQ(refusal<Words>(messageWith("ai", 0)), sequence);
+    EXPECT_TRUE(isOfNumbers(refusal<Bytes>(messageWith("s", "a"))));
+    EXPECT_TRUE(isOfNumbers(refusal<Bytes>(messageWith("ai", 1, 2))));
+    EXPECT_TRUE(isOfNumbers(refusal<Words>(messageWith("ai", 0))));
     EXPECT_EQ(refusal<Texts>(messageWith("ao", 1, "/a")), sequence);
     EXPECT_EQ(refusal<Texts>(messageWith("v", "as", 0)), sequence);
     EXPECT_EQ(refusal<Entries>(messageWith("a{si}", 0)), sequence);
@@ -145,7 +152,7 @@ TEST(Read, refusesTheEndOfTheMessage)
     EXPECT_EQ(refusal<int32_t>(messageWith("")), fundamental);
     EXPECT_EQ(refusal<bool>(messageWith("")), boolean);
     EXPECT_EQ(refusal<std::string>(messageWith("")), text);
-    EXPECT_EQ(refusal<Bytes>(messageWith("")), sequence);
+    EXPECT_TRUE(isOfNumbers(refusal<Bytes>(messageWith(""))));
     EXPECT_EQ(refusal<Map>(messageWith("")), map);
 }
 
