@@ -17,17 +17,6 @@ namespace
 
 constexpr const char* fileName = "/zantric-attest.so";
 
-/** The module's own libraries are asked for a name before the tool's: thousands
- *  of names are the crypto library's own. Where an allocator stands in front of
- *  all libraries, as with this sanitizer, it has to stay in front. Not every C
- *  library can do so.
- */
-#if defined(RTLD_DEEPBIND) && !defined(__SANITIZE_ADDRESS__)
-constexpr int ownFirst = RTLD_DEEPBIND;
-#else
-constexpr int ownFirst = 0;
-#endif
-
 /** The folder of the running executable; empty when it cannot be told. */
 std::string ownFolder()
 {
@@ -63,7 +52,7 @@ void* open()
             break;
         }
     }
-    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | ownFirst);
+    void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr)
     {
         failLoading();
