@@ -46,6 +46,7 @@ TEST(Text, decimalsAreRoundedAndHaveRoomForEveryNumber)
     EXPECT_EQ(fixed(2.5, 0), "2");
     EXPECT_EQ(fixed(-1.25, 1), "-1.2");
     EXPECT_EQ(fixed(1e300, 1).size(), 303U);
+    EXPECT_EQ(fixed(std::numeric_limits<double>::lowest(), 2).size(), 313U);
 }
 
 TEST(Text, fieldsAreFilledAndNeverCut)

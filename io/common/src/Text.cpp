@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <limits>
 
 namespace io::text
 {
@@ -60,10 +61,10 @@ std::string upperHex(uint64_t number, unsigned width)
 
 std::string fixed(double number, int decimals)
 {
-    const int size = std::snprintf(nullptr, 0, "%.*f", decimals, number);
-    std::string text(static_cast<std::size_t>(size), '\0');
-    std::snprintf(text.data(), text.size() + 1, "%.*f", decimals, number);
-    return text;
+    // No double has more digits in front of its point.
+    std::array<char, std::numeric_limits<double>::max_exponent10 + 32> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", decimals, number);
+    return text.data();
 }
 
 std::string alignRight(std::string_view text, std::size_t width)
