@@ -13,6 +13,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <sstream>
 #include <system_error>
 #include <thread>
@@ -31,6 +32,8 @@ struct Storage
 };
 
 Storage storage;
+/** Who has had his turn brings the folder to the storage in the next one's. */
+std::mutex telling;
 
 } // namespace
 
@@ -39,6 +42,7 @@ extern "C" int fsync(int fd)
 {
     struct stat status = {};
     const bool isFolder = fstat(fd, &status) == 0 && S_ISDIR(status.st_mode);
+    const std::lock_guard lock(telling);
     storage.told.emplace_back(isFolder ? "folder" : "file");
     const int error = isFolder ? storage.folderError : storage.fileError;
     errno = error;
@@ -47,6 +51,7 @@ extern "C" int fsync(int fd)
 
 extern "C" int rename(const char* from, const char* to) noexcept
 {
+    const std::lock_guard lock(telling);
     storage.told.emplace_back("rename");
     return static_cast<int>(
         syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
