@@ -207,4 +207,19 @@ TEST(Variant, isReadAsThePropertiesOfAnObject)
               (Properties{{"Name", "x"}, {"Odd", {}}, {"On", false}}));
 }
 
+TEST(Variant, isNotReadWhileTheMessageIsWritten)
+{
+    static const PrivateBus bus;
+    sd_bus* const connection = bus.open();
+    sd_bus_message* m = nullptr;
+    ASSERT_GE(sd_bus_message_new_signal(connection, &m, "/a", "a.b", "C"), 0);
+    ASSERT_GE(sd_bus_message_append(m, "v", "u", 1), 0);
+    EXPECT_EQ(refusal<std::variant<uint32_t>>(
+                  sdbusplus::message_t(m, std::false_type())),
+              "sd_bus_message_verify_type variant: "
+              "org.freedesktop.DBus.Error.AccessDenied: Operation not "
+              "permitted");
+    sd_bus_unref(connection);
+}
+
 } // namespace
