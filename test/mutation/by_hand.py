@@ -54,9 +54,8 @@ _FAULTS = (
     (_SPDM + "certificate.cpp", "a generic certificate in slot 0",
      "(slot == 0 &&\n              model == "
      "SPDM_CERTIFICATE_INFO_CERT_MODEL_GENERIC_CERT)", "slot == 9"),
-    (_SPDM + "chain.cpp", "an authority that follows itself",
-     "if (equal(contentOf(first), contentOf(anchor)) && !isRoot(issuer))",
-     "if (equal(contentOf(first), {}))"),
+    (_SPDM + "verification.cpp", "an authority that follows itself",
+     "!spdm::hasSameContent(first, rest)", "true"),
     (_SPDM + "chunk_get.cpp", "silence is the chunk before",
      "    std::ranges::fill(region, uint8_t{0});\n", ""),
     (_SPDM + "chunk_send.cpp", "silence is the acknowledgement before",
