@@ -10,7 +10,7 @@ SRC_URI = " \
     ${ZANTRIC_GIT};branch=${ZANTRIC_BRANCH} \
     file://run-ptest \
 "
-SRCREV = "573cf69d0975ca86d9790646367725cdb978ff40"
+SRCREV = "8dcd0fad44033f61f77d58acf5d6f0641e991c53"
 PV = "0.2.0+git"
 
 inherit meson pkgconfig ptest
