@@ -10,7 +10,7 @@ SRC_URI = " \
     ${ZANTRIC_GIT};branch=${ZANTRIC_BRANCH} \
     file://run-ptest \
 "
-SRCREV = "8dcd0fad44033f61f77d58acf5d6f0641e991c53"
+SRCREV = "79f275fdaa3e53ef0b93430f8075ae919d912cd4"
 PV = "0.2.0+git"
 
 inherit meson pkgconfig ptest
